@@ -1,0 +1,28 @@
+// The station's error log and the error tail every routine ends in.
+//
+// Lines are "YYYYMMDD HH:MM:SS", two blanks, the text, CR LF, in CP949; one
+// file a day under AppPath "Error/". Each line opens, appends and closes the
+// file, so nothing is lost in a crash and any viewer can read it meanwhile.
+#pragma once
+
+#include <QString>
+
+namespace qel {
+
+// Appends one stamped line to a log file. A missing folder is made again and
+// the write tried once more; a second failure raises RuntimeError with the
+// description of what went wrong. Used by the error and the message log.
+void AppendLogLine(const QString& filePath, const QString& text);
+
+// The path of today's error log.
+QString ErrorLogPath();
+
+// One line in today's error log. Raises RuntimeError when it cannot write.
+void WriteErrorLog(const QString& text);
+
+// The failure frame's tail: writes the description with the routine's log
+// name directly behind it ("Subscript out of rangemodFunc.ReadCOMINI"). It
+// never raises: if even the error log fails, the line goes to stderr.
+void ErrorTail(const QString& description, const QString& logName);
+
+}  // namespace qel

@@ -1,0 +1,5 @@
+#include "poll_hooks.h"
+
+namespace qel {
+PollHooks Hooks;
+}  // namespace qel

@@ -1,0 +1,20 @@
+// Poll block of the QEL2000 and QEL2100 (one register map, two channels).
+#pragma once
+
+#include <QString>
+#include <cstdint>
+
+namespace qel {
+
+// Reads block 1 (120 registers from 0x0002) of the chamber into its record,
+// block 2 (82 registers from 0x039C, the end dates) while a channel runs,
+// then runs data log, event detection and, every 2 s at most, the trend.
+// A failed or unusable read leaves the record as it was and returns; the
+// exchange has already counted it. Yields inside every exchange.
+void ReadCommBlock(int16_t chamber);
+
+// True when the exchange just made may be decoded: no failure counted, the
+// line open, and a reply that holds the registers first to last.
+bool ExchangeGood(int16_t chamber, const QString& reply, int first, int last);
+
+}  // namespace qel

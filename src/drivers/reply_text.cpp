@@ -1,0 +1,30 @@
+#include "reply_text.h"
+
+#include "vbtext.h"
+
+namespace qel {
+
+namespace {
+int Pos(int first, int reg) { return 7 + 4 * (reg - first); }
+}  // namespace
+
+int16_t RegisterAt(const QString& reply, int first, int reg) {
+    return static_cast<int16_t>(Val(QStringLiteral("&H") + Mid(reply, Pos(first, reg), 4)));
+}
+
+int16_t LowByteAt(const QString& reply, int first, int reg) {
+    return static_cast<int16_t>(Val(QStringLiteral("&H") + Mid(reply, Pos(first, reg) + 2, 2)));
+}
+
+double Scaled(int16_t raw, const QString& dp) {
+    const double divisor = Val(QStringLiteral("1") + dp);
+    return Val(Format(raw / divisor, QStringLiteral("##0.") + dp));
+}
+
+int32_t TimeFormA(int16_t h, int16_t s) { return int32_t{h} * 3600 + s; }
+
+int32_t TimeFormB(int16_t h, int16_t m, int16_t s) { return int32_t{h} * 3600 + (m / 60) * 60 + s; }
+
+bool HoldsRegisters(const QString& reply, int first, int last) { return reply.size() >= Pos(first, last) + 3; }
+
+}  // namespace qel
