@@ -1,6 +1,8 @@
 #include "app_dir.h"
 
 #include "clock.h"
+#include "codepage.h"
+#include "errorlog.h"
 #include "state.h"
 
 #include <QDir>
@@ -32,4 +34,12 @@ void AppDir::write(const QString& name, const QByteArray& bytes) const {
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
 }
 
+}  // namespace qeltest
+
+namespace qeltest {
+QString AppDir::errorLog() const {
+    QFile f(qel::ErrorLogPath());
+    if (!f.open(QIODevice::ReadOnly)) return {};
+    return qel::FromCodePage(f.readAll());
+}
 }  // namespace qeltest

@@ -16,6 +16,8 @@ public:
     QString file(const QString& name) const { return path_ + name; }
     QByteArray read(const QString& name) const;
     void write(const QString& name, const QByteArray& bytes) const;
+    // Today's error log (by the current clock), decoded from CP949.
+    QString errorLog() const;
 
 private:
     QTemporaryDir dir_;

@@ -1,0 +1,220 @@
+// The serial exchange on a scripted port with a manual clock: validation,
+// failure counts, writes, the reopen on every exchange and the trace line.
+#include "app_dir.h"
+#include "clock.h"
+#include "errorlog.h"
+#include "fake_serial.h"
+#include "link.h"
+#include "modbus.h"
+#include "state.h"
+
+#include <gtest/gtest.h>
+
+using namespace qel;
+using qeltest::FromHex;
+using qeltest::WithCrc;
+
+namespace {
+
+QByteArray Block1Reply(int address) {
+    return qeltest::ReadReplyBody(address, 2, 120, [](int r) { return static_cast<uint16_t>(r); });
+}
+
+QString Hex(const QByteArray& b) { return QString::fromLatin1(b.toHex().toUpper()); }
+
+QByteArray AsciiOf(const QByteArray& body) {
+    int sum = 0;
+    for (char c : body) sum += static_cast<uint8_t>(c);
+    const QByteArray lrc = QByteArray::number((-sum) & 0xFF, 16).toUpper().rightJustified(2, '0');
+    return ":" + body.toHex().toUpper() + lrc + "\r\n";
+}
+
+class SerialExchange : public ::testing::Test {
+protected:
+    void SetUp() override {
+        clock.set(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7, 45)));
+        SetClock(&clock);
+        auto p = std::make_unique<qeltest::FakeSerialPort>();
+        port = p.get();
+        MSComm1 = std::move(p);
+        Protocol = "RTU";
+        PCSpeed = 300;
+        ChamberAddress[0] = "1";
+        OpenLink();
+    }
+    void TearDown() override {
+        RemoveLink();
+        CommTestRunning = false;
+        SetClock(nullptr);
+    }
+    QString Read(int16_t minLen = 490, const QString& body = "0300020078") {
+        return ModbusTransact("&H3F0", minLen, 1, 1, body);
+    }
+    QString ErrorLog() const { return dir.errorLog(); }
+
+    qeltest::AppDir dir;
+    ManualClock clock;
+    qeltest::FakeSerialPort* port = nullptr;
+};
+
+}  // namespace
+
+TEST_F(SerialExchange, RtuGoodReadReturnsTheWholeReplyAndClearsCounters) {
+    port->reply = [](const QByteArray&) { return WithCrc(Block1Reply(1)); };
+    FailCount[0] = 2;
+    CommError[0] = -1;
+    const QString r = Read();
+    EXPECT_EQ(r, Hex(WithCrc(Block1Reply(1))));
+    EXPECT_EQ(r.size(), 490);
+    EXPECT_EQ(r.left(6), "0103F0");
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(CommError[0], 0);
+    ASSERT_EQ(port->sent.size(), 1);
+    EXPECT_EQ(port->sent[0], WithCrc(FromHex("010300020078")));
+    EXPECT_EQ(port->settings, "9600,n,8,1");
+}
+
+TEST_F(SerialExchange, RtuReopensThePortOnEveryExchange) {
+    port->reply = [](const QByteArray&) { return WithCrc(Block1Reply(1)); };
+    const int opens = port->opens;
+    Read();
+    Read();
+    EXPECT_EQ(port->opens, opens + 2);
+    EXPECT_EQ(port->closes, 2);
+}
+
+TEST_F(SerialExchange, RtuIsLostAtTheThirdBadReadAndCountsOn) {
+    QByteArray bad = WithCrc(Block1Reply(1));
+    bad[bad.size() - 1] = static_cast<char>(bad.back() ^ 0x01);
+    port->reply = [&](const QByteArray&) { return bad; };
+    EXPECT_EQ(Read(), "");
+    EXPECT_EQ(FailCount[0], 1);
+    EXPECT_EQ(CommError[0], 0);
+    Read();
+    EXPECT_EQ(CommError[0], 0);
+    Read();
+    EXPECT_EQ(FailCount[0], 3);
+    EXPECT_EQ(CommError[0], -1);
+    Read();
+    EXPECT_EQ(FailCount[0], 4);
+    port->reply = [](const QByteArray&) { return WithCrc(Block1Reply(1)); };
+    EXPECT_FALSE(Read().isEmpty());
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(CommError[0], 0);
+}
+
+TEST_F(SerialExchange, RtuRejectsShortWrongFunctionSilenceAndGarbage) {
+    const QList<QByteArray> replies = {
+        WithCrc(Block1Reply(1).left(200)),         // right CRC, shorter than minLen
+        WithCrc(FromHex("018302")),                // exception reply
+        QByteArray(),                              // silence
+        QByteArray("\x13\x37\x00\xFF garbage", 13),  // noise
+        WithCrc(FromHex("0104F0") + Block1Reply(1).mid(3)),  // wrong function code
+    };
+    for (const QByteArray& reply : replies) {
+        FailCount[0] = 0;
+        CommError[0] = 0;
+        port->reply = [&](const QByteArray&) { return reply; };
+        EXPECT_EQ(Read(), "") << Hex(reply).toStdString();
+        EXPECT_EQ(FailCount[0], 1) << Hex(reply).toStdString();
+    }
+}
+
+TEST_F(SerialExchange, WriteWaitsTwicePcSpeedAndNeverTouchesCounters) {
+    int asked = 0;
+    port->reply = [&](const QByteArray&) { ++asked; return QByteArray(); };
+    FailCount[0] = 5;
+    CommError[0] = -1;
+    int16_t minLen = 4;
+    const int64_t t0 = clock.elapsedMs();
+    EXPECT_EQ(ModbusTransact("", minLen, 1, 1, "0600650004"), "");
+    EXPECT_EQ(clock.elapsedMs() - t0, 600);
+    EXPECT_EQ(FailCount[0], 5);
+    EXPECT_EQ(CommError[0], -1);
+    EXPECT_EQ(port->sent.last(), WithCrc(FromHex("010600650004")));
+}
+
+TEST_F(SerialExchange, ClosedPortDuringTheLineTestLeavesAtOnce) {
+    ClosePort(PortNumber);
+    CommTestRunning = true;
+    EXPECT_EQ(Read(), "");
+    EXPECT_TRUE(port->sent.isEmpty());
+    EXPECT_FALSE(port->portOpen());
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(CommError[0], 0);
+}
+
+TEST_F(SerialExchange, ClosedPortThatWillNotOpenMarksTheChamberLostOncePerExchange) {
+    ClosePort(PortNumber);
+    port->failOpen = true;
+    EXPECT_EQ(Read(), "");
+    EXPECT_EQ(Read(), "");
+    EXPECT_TRUE(port->sent.isEmpty());
+    EXPECT_EQ(CommError[0], -1);
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(ErrorLog().count("Device unavailableSerial port error(Open)\r\n"), 2);
+}
+
+TEST_F(SerialExchange, ClosedPortThatOpensSendsNothingThisTime) {
+    ClosePort(PortNumber);
+    EXPECT_EQ(Read(), "");
+    EXPECT_TRUE(port->sent.isEmpty());
+    EXPECT_TRUE(port->portOpen());
+    EXPECT_EQ(CommError[0], 0);
+}
+
+TEST_F(SerialExchange, AscGoodReplyKeepsItsTextWithoutTheColon) {
+    Protocol = "ASC";
+    const QByteArray reply = AsciiOf(Block1Reply(1));
+    port->reply = [&](const QByteArray&) { return reply; };
+    const QString r = Read();
+    EXPECT_EQ(r, QString::fromLatin1(reply.mid(1)));
+    EXPECT_EQ(r.size(), 490);
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(port->sent.last(), QByteArray(":01030002007882\r\n"));
+}
+
+TEST_F(SerialExchange, AscDoesNotCheckTheLrcOfAReply) {
+    Protocol = "ASC";
+    QByteArray reply = AsciiOf(Block1Reply(1));
+    reply[reply.size() - 3] = reply[reply.size() - 3] == '0' ? '1' : '0';
+    port->reply = [&](const QByteArray&) { return reply; };
+    EXPECT_FALSE(Read().isEmpty());
+    EXPECT_EQ(FailCount[0], 0);
+}
+
+TEST_F(SerialExchange, AscBadReplyIsReturnedAndLostAtTheFourth) {
+    Protocol = "ASC";
+    const QByteArray reply = AsciiOf(FromHex("018302"));
+    port->reply = [&](const QByteArray&) { return reply; };
+    EXPECT_EQ(Read(), "018302" + QString::fromLatin1(reply.right(4)));
+    Read();
+    Read();
+    EXPECT_EQ(FailCount[0], 3);
+    EXPECT_EQ(CommError[0], 0);
+    Read();
+    EXPECT_EQ(CommError[0], -1);
+}
+
+TEST_F(SerialExchange, TraceLineWhenAskedFor) {
+    CommDataSave = 1;
+    port->reply = [](const QByteArray&) { return WithCrc(FromHex("0103020001")); };
+    int16_t minLen = 14;
+    const QString r = ModbusTransact("&H302", minLen, 1, 1, "0300090001");
+    EXPECT_EQ(r, "0103020001" + Hex(WithCrc(FromHex("0103020001"))).right(4));
+    EXPECT_TRUE(ErrorLog().contains("  045 ADR:1 송:0300090001 수:" + r + "\r\n")) << ErrorLog().toStdString();
+}
+
+TEST_F(SerialExchange, RunTimeFailureInsideIsLoggedWithTheFrame) {
+    EXPECT_EQ(Read(490, "0300020078"), "");
+    int16_t minLen = 490;
+    EXPECT_EQ(ModbusTransact("&H3F0", minLen, 31, 1, "0300020078"), "");
+    EXPECT_TRUE(ErrorLog().contains("  Subscript out of rangeADR:31 송0300020078 수:\r\n")) << ErrorLog().toStdString();
+}
+
+TEST_F(SerialExchange, UnknownProtocolMarksTheChamberLost) {
+    Protocol = "XYZ";
+    EXPECT_EQ(Read(), "");
+    EXPECT_EQ(CommError[0], -1);
+    EXPECT_EQ(StatusPanel1, "Address number. 1     Communication status check");
+}

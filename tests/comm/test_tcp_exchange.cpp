@@ -1,0 +1,192 @@
+// The TCP exchange against a real listening socket on loopback.
+#include "app_dir.h"
+#include "clock.h"
+#include "codepage.h"
+#include "errorlog.h"
+#include "fake_serial.h"
+#include "link.h"
+#include "modbus.h"
+#include "state.h"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+using namespace qel;
+
+namespace {
+
+// A loopback peer that answers each request through `answer`; an empty
+// answer is silence. `split` sends a reply in two pieces 5 ms apart.
+class Peer {
+public:
+    std::function<QByteArray(const QByteArray&)> answer;
+    int delayMs = 0;
+    bool split = false;
+    QList<QByteArray> requests;
+
+    Peer() {
+        server_.listen(QHostAddress::LocalHost, 0);
+        QObject::connect(&server_, &QTcpServer::newConnection, [this] {
+            while (QTcpSocket* s = server_.nextPendingConnection()) {
+                QObject::connect(s, &QTcpSocket::readyRead, s, [this, s] {
+                    const QByteArray req = s->readAll();
+                    requests.append(req);
+                    const QByteArray rep = answer ? answer(req) : QByteArray();
+                    if (rep.isEmpty()) return;
+                    auto send = [this, s, rep] {
+                        if (!split) {
+                            s->write(rep);
+                            return;
+                        }
+                        s->write(rep.left(9));
+                        s->flush();
+                        QTimer::singleShot(5, s, [s, rep] { s->write(rep.mid(9)); });
+                    };
+                    if (delayMs == 0) send();
+                    else QTimer::singleShot(delayMs, s, send);
+                });
+            }
+        });
+    }
+    quint16 port() const { return server_.serverPort(); }
+
+private:
+    QTcpServer server_;
+};
+
+QByteArray Mbap(const QByteArray& request, const QByteArray& pdu) {
+    QByteArray out = request.left(4);
+    out.append(static_cast<char>(0));
+    out.append(static_cast<char>(pdu.size()));
+    out.append(pdu);
+    return out;
+}
+
+QByteArray ReadPdu(uint16_t first) {
+    return qeltest::ReadReplyBody(1, 2, 120, [first](int r) { return static_cast<uint16_t>(first + r); });
+}
+
+class TcpExchange : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Protocol = "ETH";
+        PCSpeed = 150;  // this peer shares our event loop, so give it rounds
+        MaxChamberNo = 1;
+        ChamberIP[0] = "127.0.0.1";
+        RemotePort = static_cast<int16_t>(peer.port());
+        InstallQtLink();
+        OpenLink();
+        WaitSec(0.05);
+    }
+    void TearDown() override { RemoveLink(); }
+    QString Read() {
+        int16_t minLen = 490;
+        return ModbusTransact("&H3F0", minLen, 1, 1, "0300020078");
+    }
+    QString ErrorLog() const { return dir.errorLog(); }
+    static QString Hex(const QByteArray& b) { return QString::fromLatin1(b.toHex().toUpper()); }
+
+    qeltest::AppDir dir;
+    Peer peer;
+};
+
+}  // namespace
+
+TEST_F(TcpExchange, GoodReadDropsTheHeaderAndClearsCounters) {
+    peer.answer = [](const QByteArray& req) { return Mbap(req, ReadPdu(0)); };
+    FailCount[0] = 3;
+    StatusPanel1 = "old";
+    const QString r = Read();
+    ASSERT_EQ(peer.requests.size(), 1);
+    EXPECT_EQ(peer.requests[0], qeltest::FromHex("123400000006010300020078"));
+    EXPECT_EQ(r, Hex(ReadPdu(0)));
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(CommError[0], 0);
+    EXPECT_EQ(StatusPanel1, "");
+}
+
+TEST_F(TcpExchange, ReplyInPiecesIsJoined) {
+    peer.split = true;
+    peer.answer = [](const QByteArray& req) { return Mbap(req, ReadPdu(0)); };
+    EXPECT_EQ(Read(), Hex(ReadPdu(0)));
+}
+
+TEST_F(TcpExchange, AnyReplyCountsAsGood) {
+    peer.answer = [](const QByteArray& req) { return Mbap(req, qeltest::FromHex("018302")); };
+    EXPECT_EQ(Read(), "018302");
+    EXPECT_EQ(FailCount[0], 0);
+}
+
+TEST_F(TcpExchange, SilenceIsCountedAndLostAtTheFourth) {
+    for (int n = 1; n <= 3; ++n) EXPECT_EQ(Read(), "");
+    EXPECT_EQ(FailCount[0], 3);
+    EXPECT_EQ(CommError[0], 0);
+    Read();
+    EXPECT_EQ(CommError[0], -1);
+    EXPECT_EQ(StatusPanel1, "Address number. 1     Communication status check");
+    EXPECT_EQ(ErrorLog().count("  1   Communication state check\r\n"), 4);
+}
+
+TEST_F(TcpExchange, LateReplyIsNotTakenForTheNextRequest) {
+    int n = 0;
+    peer.answer = [&](const QByteArray& req) { return Mbap(req, ReadPdu(static_cast<uint16_t>(100 * ++n))); };
+    peer.delayMs = 200;  // past PCSpeed: the first exchange gives up
+    EXPECT_EQ(Read(), "");
+    WaitSec(0.15);  // the late reply lands meanwhile
+    peer.delayMs = 0;
+    EXPECT_EQ(Read(), Hex(ReadPdu(200)));
+}
+
+TEST_F(TcpExchange, WriteNeverTouchesCountersNorWritesTheCheckLine) {
+    FailCount[0] = 2;
+    int16_t minLen = 4;
+    EXPECT_EQ(ModbusTransact("", minLen, 1, 1, "0600650004"), "");
+    EXPECT_EQ(FailCount[0], 2);
+    EXPECT_EQ(CommError[0], 0);
+    EXPECT_FALSE(ErrorLog().contains("Communication state check"));
+    ASSERT_EQ(peer.requests.size(), 1);
+    EXPECT_EQ(peer.requests[0], qeltest::FromHex("123400000006010600650004"));
+}
+
+TEST(TcpLink, RefusedConnectionCountsFailuresAndReconnectsLater) {
+    qeltest::AppDir dir;
+    Protocol = "ETH";
+    PCSpeed = 150;
+    MaxChamberNo = 1;
+    ChamberIP[0] = "127.0.0.1";
+    quint16 freePort;
+    {
+        QTcpServer probe;
+        probe.listen(QHostAddress::LocalHost, 0);
+        freePort = probe.serverPort();
+    }
+    RemotePort = static_cast<int16_t>(freePort);
+    InstallQtLink();
+    OpenLink();
+    int16_t minLen = 490;
+    // Between two exchanges the event loop runs, as between two poll ticks.
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(ModbusTransact("&H3F0", minLen, 1, 1, "0300020078"), "");
+        WaitSec(0.1);
+    }
+    EXPECT_EQ(CommError[0], -1);
+    EXPECT_EQ(StatusPanel1, "Address number. 1     Communication status check");
+
+    // The controller comes back on the same port: the next exchange reconnects.
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost, freePort));
+    QObject::connect(&server, &QTcpServer::newConnection, [&] {
+        QTcpSocket* s = server.nextPendingConnection();
+        QObject::connect(s, &QTcpSocket::readyRead, s, [s] { s->write(Mbap(s->readAll(), ReadPdu(0))); });
+    });
+    QString r;
+    for (int i = 0; i < 3 && r.isEmpty(); ++i) {
+        r = ModbusTransact("&H3F0", minLen, 1, 1, "0300020078");
+        WaitSec(0.1);
+    }
+    EXPECT_EQ(r.left(6), "0103F0");
+    EXPECT_EQ(CommError[0], 0);
+    RemoveLink();
+}

@@ -1,0 +1,60 @@
+#include "app_dir.h"
+#include "clock.h"
+#include "errorlog.h"
+#include "runtime_error.h"
+#include "state.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+
+using namespace qel;
+
+TEST(ErrorLog, WritesStampTwoBlanksTextCrLfInCp949) {
+    qeltest::AppDir dir;
+    ManualClock clock(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)));
+    SetClock(&clock);
+    WriteErrorLog(QStringLiteral("User Start Program"));
+    WriteErrorLog(QStringLiteral("1 송:0300020078"));
+    // "송" in CP949 is BC DB.
+    const QByteArray expected =
+        "20240131 08:15:07  User Start Program\r\n"
+        "20240131 08:15:07  1 \xBC\xDB:0300020078\r\n";
+    EXPECT_EQ(dir.read("Error/20240131_E.log"), expected);
+}
+
+TEST(ErrorLog, StartsANewFileEachDay) {
+    qeltest::AppDir dir;
+    ManualClock clock(QDateTime(QDate(2024, 1, 31), QTime(23, 59, 59)));
+    SetClock(&clock);
+    WriteErrorLog("a");
+    clock.advanceMs(1000);
+    WriteErrorLog("b");
+    EXPECT_EQ(dir.read("Error/20240131_E.log"), QByteArray("20240131 23:59:59  a\r\n"));
+    EXPECT_EQ(dir.read("Error/20240201_E.log"), QByteArray("20240201 00:00:00  b\r\n"));
+}
+
+TEST(ErrorLog, MakesARemovedFolderAgain) {
+    qeltest::AppDir dir;
+    ManualClock clock;
+    SetClock(&clock);
+    ASSERT_FALSE(QDir(dir.file("Error")).exists());
+    WriteErrorLog("after the folder went");
+    EXPECT_TRUE(dir.read("Error/20240131_E.log").endsWith("after the folder went\r\n"));
+}
+
+TEST(ErrorTail, AppendsTheLogNameWithoutABlank) {
+    qeltest::AppDir dir;
+    ManualClock clock;
+    SetClock(&clock);
+    ErrorTail(QStringLiteral("Subscript out of range"), QStringLiteral("modFunc.ReadCOMINI"));
+    EXPECT_EQ(dir.read("Error/20240131_E.log"), QByteArray("20240131 08:15:07  Subscript out of rangemodFunc.ReadCOMINI\r\n"));
+}
+
+TEST(ErrorTail, NeverRaisesWhenTheLogCannotBeWritten) {
+    qeltest::AppDir dir;
+    // A file where the folder should be: the log cannot be made.
+    dir.write("Error", "not a folder");
+    EXPECT_THROW(WriteErrorLog("x"), RuntimeError);
+    EXPECT_NO_THROW(ErrorTail("desc", "name"));
+}
