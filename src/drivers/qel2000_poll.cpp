@@ -4,7 +4,7 @@
 #include "errorlog.h"
 #include "link.h"
 #include "modbus.h"
-#include "poll_hooks.h"
+#include "station_hooks.h"
 #include "reply_text.h"
 #include "runtime_error.h"
 #include "state.h"

@@ -4,7 +4,7 @@
 #include "clock.h"
 #include "fake_serial.h"
 #include "link.h"
-#include "poll_hooks.h"
+#include "station_hooks.h"
 #include "qel2000_poll.h"
 #include "state.h"
 #include "vbtext.h"
@@ -29,7 +29,7 @@ protected:
         ChamberModel[0] = "QEL2100";
         Chamber[0].DP = {"0", "0", "0"};
         OpenLink();
-        Hooks = PollHooks{};
+        Hooks = StationHooks{};
         Hooks.runProc = [this](int16_t c) { calls << QString("runProc %1").arg(c); };
         Hooks.runProc2 = [this](int16_t c) { calls << QString("runProc2 %1").arg(c); };
         Hooks.eventScan = [this](int16_t c, int16_t k) { calls << QString("eventScan %1 %2").arg(c).arg(k); };
@@ -38,7 +38,7 @@ protected:
         Hooks.endTimeCaption = [this](int16_t, int k, const QString& t) { captions[k] = t; };
     }
     void TearDown() override {
-        Hooks = PollHooks{};
+        Hooks = StationHooks{};
         RemoveLink();
     }
 

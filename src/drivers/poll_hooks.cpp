@@ -1,5 +1,0 @@
-#include "poll_hooks.h"
-
-namespace qel {
-PollHooks Hooks;
-}  // namespace qel

@@ -1,0 +1,49 @@
+#include "poll_walk.h"
+
+#include "errorlog.h"
+#include "qel2000_poll.h"
+#include "runtime_error.h"
+#include "state.h"
+#include "station_hooks.h"
+
+#include <algorithm>
+
+namespace qel {
+
+namespace {
+
+bool g_running = false;
+
+using PollBlock = void (*)(int16_t);
+
+// The poll block of a model, or none for a model it passes over.
+PollBlock BlockOf(const QString& model) {
+    if (model == u"QEL2000" || model == u"QEL2100") return ReadCommBlock;
+    return nullptr;
+}
+
+}  // namespace
+
+bool PollWalkRunning() { return g_running; }
+
+void ReadCommTick() {
+    if (g_running) return;
+    g_running = true;
+    try {
+        const int last = std::min<int>(MaxChamberNo, kMaxChambers);
+        for (int16_t c = 1; c <= last; ++c) {
+            const PollBlock block = BlockOf(ChamberModel[c - 1]);
+            if (!block) continue;
+            block(c);
+            if (Hooks.overviewRefresh) Hooks.overviewRefresh(c);
+            if (Hooks.pageRefresh) Hooks.pageRefresh(c);
+        }
+    } catch (const RuntimeError& e) {
+        ErrorTail(e.description(), QStringLiteral("MDIfrmMenu.ReadComm_Timer_Err"));
+    } catch (const std::exception& e) {
+        ErrorTail(QString::fromUtf8(e.what()), QStringLiteral("MDIfrmMenu.ReadComm_Timer_Err"));
+    }
+    g_running = false;
+}
+
+}  // namespace qel

@@ -1,0 +1,17 @@
+// One tick of the main frame's poll timer: chambers 1 to MaxChamberNo in
+// order, each through its model's poll block, then the overview cell and the
+// page repaint whether or not the read succeeded, so that a lost chamber is
+// painted as such. Modal forms run the same walk from their own timers.
+#pragma once
+
+namespace qel {
+
+// A failure ends this tick's walk (logged "MDIfrmMenu.ReadComm_Timer_Err");
+// the next tick starts again at chamber 1. A call while a walk is under way
+// (from a yield inside it) returns at once.
+void ReadCommTick();
+
+// True while a walk is under way.
+bool PollWalkRunning();
+
+}  // namespace qel

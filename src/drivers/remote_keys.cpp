@@ -1,0 +1,81 @@
+#include "remote_keys.h"
+
+#include "clock.h"
+#include "errorlog.h"
+#include "message_log.h"
+#include "modbus.h"
+#include "runtime_error.h"
+#include "state.h"
+#include "station_hooks.h"
+#include "vbtext.h"
+
+namespace qel {
+
+namespace {
+
+QString KeyRegister(const QString& model, int channel) {
+    static const struct {
+        const char* model;
+        const char* regs[3];
+    } table[] = {
+        {"QEL2000", {"060065", "060066", "060066"}},
+        {"QEL2100", {"060065", "060066", "060066"}},
+        {"QEL2400", {"060064", "060065", "060066"}},
+        {"QEL2200", {"060516", "", ""}},
+        {"QEL2300", {"060032", "", ""}},
+    };
+    if (channel < 1 || channel > 3) return QString();
+    for (const auto& row : table)
+        if (model == QLatin1String(row.model)) return QString::fromLatin1(row.regs[channel - 1]);
+    return QString();
+}
+
+void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = false) {
+    try {
+        EnableReadComm(false);
+        WaitSec(PCSpeed / 1000.0);  // the line goes quiet
+        const QString model = ChamberModel[ChamberIndex(chamber)];
+        const QString body = fixRun && model == u"QEL2300" ? QString()
+                                                           : KeyBody(model, static_cast<int>(Val(StatusPanel3)), key);
+        if (!body.isEmpty()) {
+            int16_t minLen = 4;
+            ModbusTransact(QString(), minLen, chamber, static_cast<int16_t>(Val(ChamberAddress[ChamberIndex(chamber)])), body);
+        }
+        if (key == Key::Step) {
+            if (Hooks.historyRow)
+                Hooks.historyRow(chamber, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm:ss")), QStringLiteral("START STEP"));
+            WriteMessageLog(QStringLiteral("START STEP"), chamber);
+        }
+        WaitSec(PCSpeed / 1000.0);
+        EnableReadComm(true);
+    } catch (const RuntimeError& e) {
+        // On purpose ReadComm stays stopped: the closing form starts it again.
+        ErrorTail(e.description(), logName);
+    }
+}
+
+}  // namespace
+
+QString KeyBody(const QString& model, int channel, Key key) {
+    const QString reg = KeyRegister(model, channel);
+    if (reg.isEmpty()) return QString();
+    return reg + QString::number(static_cast<int>(key)).rightJustified(4, u'0');
+}
+
+void SetStopMode(int16_t chamber) { SendKey(chamber, Key::Stop, QStringLiteral("modCommControl.SetStopMode")); }
+
+void SetHoldMode(int16_t chamber, int16_t /*mode: the controller toggles*/) {
+    SendKey(chamber, Key::Hold, QStringLiteral("modCommControl.SetHoldMode"));
+}
+
+void SetAdvMode(int16_t chamber) { SendKey(chamber, Key::Step, QStringLiteral("modCommControl.SetAdvMode")); }
+
+void SetUserKey(int16_t chamber) { SendKey(chamber, Key::User, QStringLiteral("modCommControl.SetUserKey")); }
+
+void SetStartFix(int16_t chamber) {
+    SendKey(chamber, Key::Start, QStringLiteral("modCommControl.SetStartFix"), true);
+}
+
+void SetStartPT(int16_t chamber) { SendKey(chamber, Key::Start, QStringLiteral("modCommControl.SetStartPT")); }
+
+}  // namespace qel

@@ -1,0 +1,12 @@
+#include "station_hooks.h"
+
+namespace qel {
+StationHooks Hooks;
+PollTimerSwitch ReadCommTimer;
+
+void EnableReadComm(bool on) {
+    if (ReadCommTimer.setEnabled) ReadCommTimer.setEnabled(on);
+}
+
+bool ReadCommEnabled() { return ReadCommTimer.isEnabled && ReadCommTimer.isEnabled(); }
+}  // namespace qel
