@@ -1,0 +1,131 @@
+#include "headless.h"
+
+#include "clock.h"
+#include "link.h"
+#include "main_frame.h"
+#include "record_json.h"
+#include "state.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QTimer>
+#include <csignal>
+#include <cstdio>
+
+namespace qel {
+
+namespace {
+
+volatile std::sig_atomic_t g_stopSignal = 0;
+
+void OnSignal(int sig) { g_stopSignal = sig; }
+
+void Err(const QString& text) {
+    std::fprintf(stderr, "qelstation: %s\n", text.toLocal8Bit().constData());
+    std::fflush(stderr);
+}
+
+// No operator sits at a headless station: messages go to stderr, questions
+// are not put (exit comes from a signal or the cycle count).
+class StderrOperator final : public Operator {
+public:
+    void message(const QString& title, const QString& text) override { Err(title + QStringLiteral(": ") + text); }
+    bool confirm(const QString&, const QString&) override { return true; }
+    QString input(const QString&, const QString&, const QString&) override { return QString(); }
+    void progress(int, int) override {}
+};
+
+class HeadlessHost final : public FrameHost {
+public:
+    bool needsSetUp = false;
+    void showOverview(int) override {}
+    void showPage(int) override {}
+    bool openModal(FrameForm form) override {
+        if (form == FrameForm::CommSet) {
+            needsSetUp = true;
+            Err(QStringLiteral("no chambers are set up (MAX_CHAMBER_NO is 0 in SetUserTag.ini); "
+                               "run the station with a display to set up the line"));
+        }
+        return false;
+    }
+    bool startProgram(const QString&) override { return false; }
+    bool openFile(const QString&) override { return false; }
+    QString chooseFile(const QString&, const QString&) override { return QString(); }
+    void closeFrame() override {}
+};
+
+QString StateText(int c) {
+    if (CommError[c] != 0) return QStringLiteral("LOST");
+    const int s = Chamber[c].Status[0];
+    if (s == 0) return QStringLiteral("stop");
+    if (s & 4) return QStringLiteral("hold");
+    if (s & 64) return QStringLiteral("wait");
+    if (s & 3) return QStringLiteral("run");
+    return QString::number(s);
+}
+
+void PrintTable(int tick) {
+    std::printf("tick %d\n", tick);
+    for (int c = 0; c < std::min<int>(MaxChamberNo, kMaxChambers); ++c) {
+        const ChamberRec& r = Chamber[c];
+        QString line = QStringLiteral("%1 %2 %3 %4")
+                           .arg(c + 1, 2)
+                           .arg(ChamberName[c].left(12), -12)
+                           .arg(ChamberModel[c], -7)
+                           .arg(StateText(c), -4);
+        for (int k = 0; k < std::max<int>(1, r.ChannelCount); ++k)
+            line += QStringLiteral("  CH%1 PV %2 SP %3").arg(k + 1).arg(r.PV[k], 7, 'f', r.DP[k].size()).arg(r.SP[k], 7, 'f', r.DP[k].size());
+        line += QStringLiteral("  fail %1").arg(FailCount[c]);
+        std::printf("%s\n", line.toLocal8Bit().constData());
+    }
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+int RunHeadless(const HeadlessOptions& options) {
+    StderrOperator op;
+    HeadlessHost host;
+    InstallQtLink();
+    MainFrame frame(op, host);
+    std::signal(SIGINT, OnSignal);
+    std::signal(SIGTERM, OnSignal);
+
+    int ticks = 0;
+    int exitCode = 0;
+    int64_t lastTable = -1000000;
+    auto finish = [&](int code) {
+        frame.readComm().stop();
+        frame.queryUnload(false);  // no question without an operator
+        exitCode = code;
+        QCoreApplication::exit(code);
+    };
+    QObject::connect(&frame, &MainFrame::tickDone, [&] {
+        ++ticks;
+        if (options.json) {
+            for (int c = 1; c <= std::min<int>(MaxChamberNo, kMaxChambers); ++c)
+                std::printf("%s\n", QJsonDocument(ChamberRecJson(static_cast<int16_t>(c))).toJson(QJsonDocument::Compact).constData());
+            std::fflush(stdout);
+        } else if (CurrentClock().elapsedMs() - lastTable >= 1000) {
+            lastTable = CurrentClock().elapsedMs();
+            PrintTable(ticks);
+        }
+        if (options.cycles > 0 && ticks >= options.cycles) finish(0);
+    });
+    QTimer signalWatch;
+    QObject::connect(&signalWatch, &QTimer::timeout, [&] {
+        if (g_stopSignal) finish(0);
+    });
+    signalWatch.start(50);
+
+    frame.load();
+    if (host.needsSetUp) {
+        frame.readComm().stop();
+        return 2;
+    }
+    const int rc = QCoreApplication::exec();
+    RemoveLink();
+    return rc != 0 ? rc : exitCode;
+}
+
+}  // namespace qel

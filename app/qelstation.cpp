@@ -1,0 +1,127 @@
+// qelstation: the monitoring and control station. With a display it opens
+// the main frame; with --headless (or no display) it runs the same start-up
+// and poll walk without a window.
+#include "app_folder.h"
+#include "headless.h"
+#include "main_window.h"
+#include "splash.h"
+#include "state.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QMessageBox>
+#include <QTimer>
+#include <cstdio>
+#include <memory>
+
+using namespace qel;
+
+namespace {
+
+struct Options {
+    QString appDir;
+    bool headless = false;
+    HeadlessOptions run;
+};
+
+Options Parse(const QStringList& arguments) {
+    QCommandLineParser p;
+    p.setApplicationDescription(QStringLiteral(
+        "Monitoring and control station for QEL climate chamber controllers.\n"
+        "Polls every chamber of the line set up in the application folder, records runs and events,\n"
+        "and sends the operator's keys."));
+    p.addHelpOption();
+    p.addVersionOption();
+    p.addOption({QStringLiteral("app-dir"),
+                 QStringLiteral("Application folder with SetComm.ini and the other settings. Default: the program's "
+                                "folder when it holds SetComm.ini, else a per-user data folder filled with the "
+                                "shipped defaults at first start."),
+                 QStringLiteral("dir")});
+    p.addOption({QStringLiteral("headless"), QStringLiteral("Run without a window (also chosen when there is no display).")});
+    p.addOption({QStringLiteral("cycles"), QStringLiteral("Headless: stop after N poll ticks (default: run until SIGINT/SIGTERM)."), QStringLiteral("n")});
+    p.addOption({QStringLiteral("json"), QStringLiteral("Headless: print one JSON object per chamber per tick.")});
+    p.process(arguments);
+    Options o;
+    o.appDir = p.value(QStringLiteral("app-dir"));
+    o.headless = p.isSet(QStringLiteral("headless"));
+    o.run.cycles = p.value(QStringLiteral("cycles")).toInt();
+    o.run.json = p.isSet(QStringLiteral("json"));
+    return o;
+}
+
+bool HasDisplay() {
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
+           qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+}
+
+bool WantsHeadless(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i)
+        if (QByteArray(argv[i]) == "--headless") return true;
+    return !HasDisplay();
+}
+
+void SetIdentity() {
+    QCoreApplication::setApplicationName(QStringLiteral("qelstation"));
+    QCoreApplication::setOrganizationName(QStringLiteral("QEL"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(QEL_VERSION));
+}
+
+bool SetAppPath(const Options& o, QString* error) {
+    const QString folder = ResolveAppFolder(o.appDir, QCoreApplication::applicationDirPath(), error);
+    if (folder.isEmpty()) return false;
+    AppPath = folder;
+    return true;
+}
+
+int RunWindowed(QApplication& app, const Options& o) {
+    QString error;
+    if (!SetAppPath(o, &error)) {
+        QMessageBox::critical(nullptr, QStringLiteral("Error"), error);
+        return 2;
+    }
+    InstanceLock lock(AppPath);
+    if (!lock.acquired()) {
+        QMessageBox::critical(nullptr, QStringLiteral("Error"),
+                              QStringLiteral("The station is already running on ") + AppPath);
+        return 1;
+    }
+    Splash splash;
+    splash.show();
+    std::unique_ptr<MainWindow> window;
+    QObject::connect(&splash, &Splash::timeUp, [&] {
+        window = std::make_unique<MainWindow>();
+        window->op().setProgressBar(splash.progressBar());
+        window->show();
+        window->frame().load();
+        window->caption();
+        window->op().setProgressBar(nullptr);
+        splash.close();
+    });
+    splash.startCountdown();
+    return app.exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (WantsHeadless(argc, argv)) {
+        QCoreApplication app(argc, argv);
+        SetIdentity();
+        const Options o = Parse(app.arguments());
+        QString error;
+        if (!SetAppPath(o, &error)) {
+            std::fprintf(stderr, "qelstation: %s\n", error.toLocal8Bit().constData());
+            return 2;
+        }
+        InstanceLock lock(AppPath);
+        if (!lock.acquired()) {
+            std::fprintf(stderr, "qelstation: Error: the station is already running on %s\n", AppPath.toLocal8Bit().constData());
+            return 1;
+        }
+        return RunHeadless(o.run);
+    }
+    QApplication app(argc, argv);
+    SetIdentity();
+    return RunWindowed(app, Parse(app.arguments()));
+}

@@ -1,0 +1,141 @@
+#include "line_view.h"
+
+#include "remote_keys.h"
+#include "state.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+namespace qel {
+
+namespace {
+
+QString StateText(int c, int k) {
+    if (CommError[c] != 0) return QStringLiteral("LOST");
+    const int s = Chamber[c].Status[k];
+    if (s == 0) return QStringLiteral("STOP");
+    if (s & 4) return QStringLiteral("HOLD");
+    if (s & 64) return QStringLiteral("WAIT");
+    if (s & 1) return QStringLiteral("FIX RUN");
+    if (s & 2) return QStringLiteral("PROG RUN");
+    return QString::number(s);
+}
+
+QString Value(int c, double v, int k) {
+    if (CommError[c] != 0) return QStringLiteral("-.-");
+    return QString::number(v, 'f', Chamber[c].DP[k].size());
+}
+
+void SetCell(QTableWidget* t, int row, int col, const QString& text, bool lost) {
+    QTableWidgetItem* item = t->item(row, col);
+    if (!item) {
+        item = new QTableWidgetItem;
+        item->setFlags(item->flags() & ~Qt::ItemIsEditable);
+        t->setItem(row, col, item);
+    }
+    item->setText(text);
+    item->setBackground(lost ? QBrush(Qt::red) : QBrush());
+    item->setForeground(lost ? QBrush(Qt::white) : QBrush());
+}
+
+int Channels(int c) { return std::max<int>(1, Chamber[c].ChannelCount); }
+
+}  // namespace
+
+LineView::LineView(QWidget* parent) : QWidget(parent) {
+    auto* layout = new QVBoxLayout(this);
+    table_ = new QTableWidget(this);
+    table_->setColumnCount(9);
+    table_->setHorizontalHeaderLabels({QStringLiteral("No"), QStringLiteral("Name"), QStringLiteral("Model"),
+                                       QStringLiteral("State"), QStringLiteral("CH1 PV"), QStringLiteral("CH1 SP"),
+                                       QStringLiteral("CH2 PV"), QStringLiteral("CH2 SP"), QStringLiteral("Failures")});
+    table_->verticalHeader()->hide();
+    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    layout->addWidget(table_);
+    connect(table_, &QTableWidget::cellDoubleClicked, this, [this](int row, int) { emit chamberChosen(row + 1); });
+    connect(table_, &QTableWidget::currentCellChanged, this, [](int row, int, int, int) {
+        if (row >= 0) StatusPanel2 = QString::number(row + 1);
+    });
+    refresh();
+}
+
+void LineView::refresh() {
+    const int n = std::clamp<int>(MaxChamberNo, 0, kMaxChambers);
+    if (table_->rowCount() != n) table_->setRowCount(n);
+    for (int c = 0; c < n; ++c) {
+        const bool lost = CommError[c] != 0;
+        SetCell(table_, c, 0, QString::number(c + 1), false);
+        SetCell(table_, c, 1, ChamberName[c], false);
+        SetCell(table_, c, 2, ChamberModel[c], false);
+        SetCell(table_, c, 3, StateText(c, 0), lost);
+        SetCell(table_, c, 4, Value(c, Chamber[c].PV[0], 0), lost);
+        SetCell(table_, c, 5, Value(c, Chamber[c].SP[0], 0), lost);
+        const bool two = Channels(c) >= 2;
+        SetCell(table_, c, 6, two ? Value(c, Chamber[c].PV[1], 1) : QString(), lost && two);
+        SetCell(table_, c, 7, two ? Value(c, Chamber[c].SP[1], 1) : QString(), lost && two);
+        SetCell(table_, c, 8, QString::number(FailCount[c]), false);
+    }
+}
+
+ChamberView::ChamberView(int chamber, QWidget* parent) : QWidget(parent), chamber_(chamber) {
+    auto* layout = new QVBoxLayout(this);
+    title_ = new QLabel(this);
+    layout->addWidget(title_);
+    table_ = new QTableWidget(this);
+    table_->setColumnCount(6);
+    table_->setHorizontalHeaderLabels({QStringLiteral("Channel"), QStringLiteral("State"), QStringLiteral("PV"),
+                                       QStringLiteral("SP"), QStringLiteral("MV %"), QStringLiteral("Run time")});
+    table_->verticalHeader()->hide();
+    table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    layout->addWidget(table_);
+
+    auto* keys = new QHBoxLayout;
+    auto* channel = new QComboBox(this);
+    channel->setObjectName(QStringLiteral("channel"));
+    for (int k = 1; k <= Channels(chamber - 1); ++k) channel->addItem(QStringLiteral("CH%1").arg(k));
+    connect(channel, &QComboBox::currentIndexChanged, this, [](int i) { StatusPanel3 = QString::number(i + 1); });
+    keys->addWidget(channel);
+    const struct {
+        const char* name;
+        const char* text;
+        void (*send)(int16_t);
+    } buttons[] = {
+        {"RUN", "RUN", SetStartPT}, {"STOP", "STOP", SetStopMode}, {"HOLD", "HOLD", [](int16_t c) { SetHoldMode(c, 1); }},
+        {"STEP", "STEP", SetAdvMode}, {"USER", "USER KEY", SetUserKey},
+    };
+    for (const auto& b : buttons) {
+        auto* button = new QPushButton(QString::fromLatin1(b.text), this);
+        button->setObjectName(QString::fromLatin1(b.name));
+        auto send = b.send;
+        connect(button, &QPushButton::clicked, this, [this, send] { send(static_cast<int16_t>(chamber_)); });
+        keys->addWidget(button);
+    }
+    layout->addLayout(keys);
+    refresh();
+}
+
+void ChamberView::refresh() {
+    const int c = chamber_ - 1;
+    if (c < 0 || c >= kMaxChambers) return;
+    title_->setText(QStringLiteral("<b>%1</b> &nbsp; %2 &nbsp; address %3").arg(ChamberName[c], ChamberModel[c], ChamberAddress[c]));
+    const int n = Channels(c);
+    table_->setRowCount(n);
+    for (int k = 0; k < n; ++k) {
+        const bool lost = CommError[c] != 0;
+        const int32_t t = Chamber[c].RunTime[k];
+        SetCell(table_, k, 0, QStringLiteral("CH%1").arg(k + 1), false);
+        SetCell(table_, k, 1, StateText(c, k), lost);
+        SetCell(table_, k, 2, Value(c, Chamber[c].PV[k], k), lost);
+        SetCell(table_, k, 3, Value(c, Chamber[c].SP[k], k), lost);
+        SetCell(table_, k, 4, lost ? QStringLiteral("-.-") : QString::number(Chamber[c].MV[k], 'f', 1), lost);
+        SetCell(table_, k, 5, QStringLiteral("%1:%2:%3").arg(t / 3600).arg(t / 60 % 60, 2, 10, QChar(u'0')).arg(t % 60, 2, 10, QChar(u'0')), false);
+    }
+}
+
+}  // namespace qel

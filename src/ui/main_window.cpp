@@ -1,0 +1,157 @@
+#include "main_window.h"
+
+#include "about_dialog.h"
+#include "captions.h"
+#include "language.h"
+#include "line_view.h"
+#include "state.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFile>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QProcess>
+#include <QStatusBar>
+#include <QStyle>
+#include <QToolBar>
+#include <QUrl>
+
+namespace qel {
+
+namespace {
+
+const QStyle::StandardPixmap kIcons[MainFrame::kToolButtons] = {
+    QStyle::SP_FileDialogListView,     QStyle::SP_FileDialogDetailedView, QStyle::SP_FileDialogContentsView,
+    QStyle::SP_DriveHDIcon,            QStyle::SP_DriveNetIcon,           QStyle::SP_BrowserReload,
+    QStyle::SP_FileDialogInfoView,     QStyle::SP_DesktopIcon,            QStyle::SP_DirOpenIcon,
+    QStyle::SP_MessageBoxInformation,  QStyle::SP_DialogCloseButton,
+};
+
+}  // namespace
+
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), op_(this) {
+    setObjectName(QStringLiteral("MDIfrmMenu"));
+    frame_ = new MainFrame(op_, *this, this);
+    mdi_ = new QMdiArea(this);
+    setCentralWidget(mdi_);
+
+    toolbar_ = addToolBar(QStringLiteral("Toolbar2"));
+    toolbar_->setObjectName(QStringLiteral("Toolbar2"));
+    toolbar_->setMovable(false);
+    toolbar_->setIconSize(QSize(32, 32));
+    for (int i = 1; i <= MainFrame::kToolButtons; ++i) {
+        QAction* a = toolbar_->addAction(style()->standardIcon(kIcons[i - 1]), QString());
+        a->setObjectName(QStringLiteral("button%1").arg(i));
+        connect(a, &QAction::triggered, this, [this, i] { frame_->toolbarClick(i); });
+        actions_[i - 1] = a;
+    }
+
+    for (int p = 0; p < 3; ++p) {
+        panels_[p] = new QLabel(this);
+        panels_[p]->setObjectName(QStringLiteral("panel%1").arg(p + 1));
+        panels_[p]->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+        statusBar()->addWidget(panels_[p], p == 0 ? 4 : 1);
+    }
+    connect(frame_, &MainFrame::tickDone, this, &MainWindow::refresh);
+    connect(frame_, &MainFrame::stateChanged, this, &MainWindow::refresh);
+    resize(1100, 700);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::caption() {
+    const QString title = Lang(QString::fromLatin1(captions::kMainSection), captions::kMainTitle);
+    setWindowTitle(title.isEmpty() ? QStringLiteral("QEL Station") : title);
+    for (int i = 1; i <= MainFrame::kToolButtons; ++i) {
+        const QString tip = MainFrame::toolTip(i);
+        actions_[i - 1]->setToolTip(tip);
+        actions_[i - 1]->setText(tip);
+    }
+}
+
+void MainWindow::refresh() {
+    panels_[0]->setText(StatusPanel1);
+    panels_[1]->setText(StatusPanel2);
+    panels_[2]->setText(StatusPanel3);
+    for (int i = 1; i <= MainFrame::kToolButtons; ++i) {
+        actions_[i - 1]->setEnabled(frame_->button(i).enabled);
+        actions_[i - 1]->setVisible(frame_->button(i).visible);
+    }
+    if (lineView_) lineView_->refresh();
+    if (chamberView_) chamberView_->refresh();
+}
+
+void MainWindow::showOverview(int screenNo) {
+    if (!overview_) {
+        lineView_ = new LineView;
+        overview_ = mdi_->addSubWindow(lineView_);
+        overview_->setObjectName(QStringLiteral("frmMenu"));
+        connect(lineView_, &LineView::chamberChosen, this, [this](int c) {
+            StatusPanel2 = QString::number(c);
+            frame_->toolbarClick(2);
+        });
+    }
+    overview_->setWindowTitle(QStringLiteral("Overview %1").arg(screenNo));
+    overview_->showMaximized();
+    mdi_->setActiveSubWindow(overview_);
+    refresh();
+}
+
+void MainWindow::showPage(int chamber) {
+    if (chamberView_ && chamberView_->chamber() != chamber) {
+        mdi_->removeSubWindow(page_);
+        page_->deleteLater();
+        page_ = nullptr;
+        chamberView_ = nullptr;
+    }
+    if (!chamberView_) {
+        chamberView_ = new ChamberView(chamber);
+        page_ = mdi_->addSubWindow(chamberView_);
+        page_->setObjectName(QStringLiteral("frmChamber%1").arg(chamber));
+        page_->setWindowTitle(QStringLiteral("Chamber %1").arg(chamber));
+    }
+    StatusPanel2 = QString::number(chamber);
+    page_->showMaximized();
+    mdi_->setActiveSubWindow(page_);
+    refresh();
+}
+
+bool MainWindow::openModal(FrameForm form) {
+    if (form == FrameForm::About) {
+        AboutDialog about(this);
+        about.exec();
+        return true;
+    }
+    QMessageBox::information(this, QStringLiteral("QEL Station"),
+                             QStringLiteral("This screen is not part of this version of the station yet."));
+    return false;
+}
+
+bool MainWindow::startProgram(const QString& path) {
+    if (QFile::exists(path)) return QProcess::startDetached(path, {});
+    return QProcess::startDetached(QStringLiteral("qelview"), {});
+}
+
+bool MainWindow::openFile(const QString& path) { return QDesktopServices::openUrl(QUrl::fromLocalFile(path)); }
+
+QString MainWindow::chooseFile(const QString& folder, const QString&) {
+    return QFileDialog::getOpenFileName(this, QString(), folder, QStringLiteral("All Files (*);;Data Files (*.log)"));
+}
+
+void MainWindow::closeFrame() { close(); }
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!frame_->queryUnload(true)) {
+        event->ignore();  // Cancel: the station goes on; the log line stays
+        return;
+    }
+    event->accept();
+    QApplication::exit(0);  // at once, with no further writing
+}
+
+}  // namespace qel

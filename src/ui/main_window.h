@@ -1,0 +1,60 @@
+// MDIfrmMenu: the one window that holds the others, with the toolbar and
+// the three status panels. Behaviour lives in MainFrame; this is its face.
+#pragma once
+
+#include "main_frame.h"
+#include "qt_operator.h"
+
+#include <QAction>
+#include <QMainWindow>
+#include <array>
+
+class QLabel;
+class QMdiArea;
+class QMdiSubWindow;
+class QToolBar;
+
+namespace qel {
+
+class LineView;
+class ChamberView;
+
+class MainWindow : public QMainWindow, public FrameHost {
+    Q_OBJECT
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    MainFrame& frame() { return *frame_; }
+    QtOperator& op() { return op_; }
+    // Captions and tool tips from the language tables.
+    void caption();
+
+    // FrameHost
+    void showOverview(int screenNo) override;
+    void showPage(int chamber) override;
+    bool openModal(FrameForm form) override;
+    bool startProgram(const QString& path) override;
+    bool openFile(const QString& path) override;
+    QString chooseFile(const QString& folder, const QString& filter) override;
+    void closeFrame() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void refresh();
+
+    QtOperator op_;
+    MainFrame* frame_;
+    QMdiArea* mdi_;
+    QToolBar* toolbar_;
+    std::array<QAction*, MainFrame::kToolButtons> actions_{};
+    std::array<QLabel*, 3> panels_{};
+    QMdiSubWindow* overview_ = nullptr;
+    LineView* lineView_ = nullptr;
+    QMdiSubWindow* page_ = nullptr;
+    ChamberView* chamberView_ = nullptr;
+};
+
+}  // namespace qel
