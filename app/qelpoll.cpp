@@ -4,6 +4,7 @@
 #include "link.h"
 #include "qel2000_poll.h"
 #include "record_json.h"
+#include "remote_keys.h"
 #include "state.h"
 
 #include <QCommandLineParser>
@@ -56,6 +57,7 @@ int main(int argc, char** argv) {
     p.setApplicationDescription(QStringLiteral(
         "Polls one QEL2000 or QEL2100 chamber controller over Modbus and prints what it reads.\n"
         "Serial: qelpoll --protocol RTU --device /dev/ttyUSB0 --baud 9600 --address 1 --model QEL2000\n"
+        "Key:    qelpoll --protocol RTU --device /dev/ttyUSB0 --address 1 --key run --channel 1 --count 3\n"
         "TCP:    qelpoll --protocol ETH --ip 192.0.2.10 --remote-port 502 --address 1 --model QEL2100 --json"));
     p.addHelpOption();
     p.addOption({QStringLiteral("protocol"), QStringLiteral("RTU, ASC (Modbus ASCII) or ETH (Modbus/TCP)."), QStringLiteral("name"), QStringLiteral("RTU")});
@@ -70,6 +72,8 @@ int main(int argc, char** argv) {
     p.addOption({QStringLiteral("pcspeed"), QStringLiteral("Reply time budget in milliseconds."), QStringLiteral("ms"), QStringLiteral("300")});
     p.addOption({QStringLiteral("count"), QStringLiteral("Number of polls; 0 polls until interrupted."), QStringLiteral("n"), QStringLiteral("1")});
     p.addOption({QStringLiteral("json"), QStringLiteral("Print one JSON object per poll: every record field, CommError, FailCount.")});
+    p.addOption({QStringLiteral("key"), QStringLiteral("Send an operator key before polling: run, stop, hold, step or user."), QStringLiteral("key")});
+    p.addOption({QStringLiteral("channel"), QStringLiteral("Channel the key goes to (1 to 3)."), QStringLiteral("k"), QStringLiteral("1")});
     p.addOption({QStringLiteral("app-dir"), QStringLiteral("Folder whose Error/ subfolder takes the error log (default: a per-user data folder)."), QStringLiteral("dir")});
     p.process(app);
 
@@ -81,6 +85,8 @@ int main(int argc, char** argv) {
     if (Protocol != u"RTU" && Protocol != u"ASC" && Protocol != u"ETH") Fail(QStringLiteral("unknown protocol ") + Protocol);
     const QString model = p.value(QStringLiteral("model")).toUpper();
     if (model != u"QEL2000" && model != u"QEL2100") Fail(QStringLiteral("unknown model ") + model);
+    const int channel = p.value(QStringLiteral("channel")).toInt();
+    if (channel < 1 || channel > 3) Fail(QStringLiteral("--channel takes 1, 2 or 3"));
 
     QString dir = p.value(QStringLiteral("app-dir"));
     if (dir.isEmpty()) dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
@@ -117,6 +123,17 @@ int main(int argc, char** argv) {
     InstallQtLink();
     OpenLink();
     if (Protocol == u"ETH") WaitSec(PCSpeed / 1000.0);
+
+    if (p.isSet(QStringLiteral("key"))) {
+        const QString key = p.value(QStringLiteral("key")).toLower();
+        StatusPanel3 = p.value(QStringLiteral("channel"));  // the key routines take the channel from here
+        if (key == u"run") SetStartPT(1);
+        else if (key == u"stop") SetStopMode(1);
+        else if (key == u"hold") SetHoldMode(1, 1);
+        else if (key == u"step") SetAdvMode(1);
+        else if (key == u"user") SetUserKey(1);
+        else Fail(QStringLiteral("--key takes run, stop, hold, step or user"));
+    }
 
     const int count = p.value(QStringLiteral("count")).toInt();
     for (int n = 1; count <= 0 || n <= count; ++n) {

@@ -59,9 +59,7 @@ LineView::LineView(QWidget* parent) : QWidget(parent) {
     table_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     layout->addWidget(table_);
     connect(table_, &QTableWidget::cellDoubleClicked, this, [this](int row, int) { emit chamberChosen(row + 1); });
-    connect(table_, &QTableWidget::currentCellChanged, this, [](int row, int, int, int) {
-        if (row >= 0) StatusPanel2 = QString::number(row + 1);
-    });
+    connect(table_, &QTableWidget::cellClicked, this, [](int row, int) { StatusPanel2 = QString::number(row + 1); });
     refresh();
 }
 

@@ -1,0 +1,191 @@
+#include "qel2000_model.h"
+
+#include <cmath>
+
+namespace qelsim {
+
+namespace {
+
+// Where each channel's values stand in the map; index 0 is channel 1.
+struct ChannelRegs {
+    int pvStat, status, pv, sp, tsp, mv, pidNo;
+    int evtD, evtC, evtA, evtB;
+    int runTime;  // three registers: hours, minutes, seconds
+    int ptNo, segNo, ptRpt, ptRptSet, segRpt, segRptSet;
+    int segTime, segTimeSet;  // two registers each: hours, rest in seconds
+    int userKey, evtMode;
+    int key;             // remote keys land here
+    int ptNoSet, spSet;  // pattern number and fixed set point written by the station
+    int fixMode, endShown, fixTime, tempDev;
+    int endDate;  // five registers: year, month, day, hour, minute
+    int waitUse, waitBand, waitMinutes, waitKind;
+};
+
+constexpr ChannelRegs Regs[2] = {
+    {0x0002, 0x0004, 0x0009, 0x000B, 0x0037, 0x000D, 0x0011, 0x0013, 0x0015, 0x0017, 0x0019, 0x001D,
+     0x0023, 0x0024, 0x0027, 0x0028, 0x002B, 0x002C, 0x002F, 0x0031, 0x0048, 0x0054, 0x0065, 0x0063,
+     0x0067, 0x006E, 0x0070, 0x0071, 0x007C, 0x039C, 0x0121, 0x0123, 0x0125, 0x0127},
+    {0x0003, 0x0006, 0x000A, 0x000C, 0x0038, 0x000E, 0x0012, 0x0014, 0x0016, 0x0018, 0x001A, 0x0020,
+     0x0025, 0x0026, 0x0029, 0x002A, 0x002D, 0x002E, 0x0033, 0x0035, 0x0049, 0x0055, 0x0066, 0x0064,
+     0x0068, 0x0075, 0x0077, 0x0078, 0x007D, 0x03A6, 0x0122, 0x0124, 0x0126, 0x0128},
+};
+
+// Chamber-wide words.
+constexpr int RelayWordB = 0x001B;  // outputs, first board
+
+// Bits the simulation drives; the other bits of these words keep what was set.
+constexpr uint16_t RunOutputBit[2] = {0x0001, 0x0002};  // RelayWordB: channel running
+constexpr uint16_t DeviationAlarmBit = 0x0001;          // EvtWordA: |PV - SP| beyond DeviationLimit
+constexpr double DeviationLimit = 5.0;
+constexpr double PvRipple = 0.08;  // engineering units
+
+ChannelPhysics Temperature() {
+    ChannelPhysics p;
+    p.ambient = 23.0;
+    p.low = -70.0;
+    p.high = 180.0;
+    p.program = {{40.0, 600}, {40.0, 1200}, {-10.0, 900}, {-10.0, 900}, {25.0, 600}};
+    return p;
+}
+
+ChannelPhysics Humidity() {
+    ChannelPhysics p;
+    p.ambient = 45.0;
+    p.low = 0.0;
+    p.high = 100.0;
+    p.program = {{60.0, 600}, {85.0, 1200}, {85.0, 900}, {50.0, 900}, {50.0, 600}};
+    return p;
+}
+
+constexpr double DefaultSp[2] = {25.0, 60.0};
+
+}  // namespace
+
+Qel2000Model::Qel2000Model(const ChamberConfig& config, int channels)
+    : Chamber(config), channels_(channels), ch_{Channel(Temperature()), Channel(Humidity())} {
+    seed();
+    refresh();
+}
+
+void Qel2000Model::seed() {
+    for (int i = 0; i < channels_; ++i) {
+        const ChannelRegs& r = Regs[i];
+        const int dp = decimals(i + 1);
+        put(r.pidNo, 1);
+        put(r.ptNo, 1);
+        put(r.ptNoSet, 1);
+        put(r.ptRptSet, 1);
+        put(r.spSet, toRaw(DefaultSp[i], dp));
+        put(r.tempDev, toRaw(2.0, dp));
+        put(r.waitBand, toRaw(1.0, dp));
+    }
+    for (const ChannelRegs& r : Regs) {
+        put(r.endDate, 1970);
+        put(r.endDate + 1, 1);
+        put(r.endDate + 2, 1);
+    }
+}
+
+ChannelSettings Qel2000Model::settings(int i) const {
+    const ChannelRegs& r = Regs[i];
+    const int dp = decimals(i + 1);
+    ChannelSettings s;
+    s.fixedKind = reg(r.fixMode) != 0;
+    s.fixSp = fromRaw(reg(r.spSet), dp);
+    s.timerOn = reg(r.endShown) != 0;
+    s.fixSeconds = reg(r.fixTime) * 3600 + reg(r.fixTime + 1);
+    s.patternRepeats = static_cast<int16_t>(reg(r.ptRptSet));
+    s.waitOn = reg(r.waitUse) != 0;
+    s.waitBand = std::abs(fromRaw(reg(r.waitBand), dp));
+    s.waitMinutes = reg(r.waitMinutes);
+    return s;
+}
+
+void Qel2000Model::pressKey(int channel, int key) {
+    if (frozen() || channel < 1 || channel > channels_) return;
+    const int i = channel - 1;
+    Channel& c = ch_[i];
+    switch (key) {
+        case 1: c.run(settings(i)); break;
+        case 2: c.toggleHold(); break;
+        case 3: c.nextSegment(); break;
+        case 4: c.stop(); break;
+        case 5: put(Regs[i].userKey, reg(Regs[i].userKey) ? 0 : 1); break;
+        default: break;  // the controller ignores other values
+    }
+    refresh();
+}
+
+void Qel2000Model::onWrite(int address, uint16_t value) {
+    for (int i = 0; i < channels_; ++i) {
+        const ChannelRegs& r = Regs[i];
+        if (address == r.key) {
+            put(r.key, 0);  // a key is a pulse, not a state
+            pressKey(i + 1, value);
+        } else if (address == r.pv) {
+            ch_[i].setPv(fromRaw(value, decimals(i + 1)));
+        } else if (address == r.sp) {
+            put(r.spSet, value);  // a set point written in place counts as the fixed set point
+        } else if (address == r.ptNoSet && !ch_[i].running()) {
+            put(r.ptNo, value);
+        }
+    }
+}
+
+void Qel2000Model::advance(double seconds) {
+    for (int i = 0; i < channels_; ++i) ch_[i].advance(seconds, settings(i));
+    refresh();
+}
+
+void Qel2000Model::adoptMap() {
+    for (int i = 0; i < channels_; ++i) ch_[i].setPv(fromRaw(reg(Regs[i].pv), decimals(i + 1)));
+}
+
+void Qel2000Model::refresh() {
+    uint16_t relayB = reg(RelayWordB) & ~(RunOutputBit[0] | RunOutputBit[1]);
+    for (int i = 0; i < channels_; ++i) {
+        const ChannelRegs& r = Regs[i];
+        const Channel& c = ch_[i];
+        const int dp = decimals(i + 1);
+        const ChannelSettings s = settings(i);
+
+        put(r.status, static_cast<uint16_t>((reg(r.status) & 0xFF00) | c.statusBits()));
+        put(r.pv, toRaw(c.pv() + ripple(i + 1, PvRipple), dp));
+        put(r.sp, toRaw(c.sp(), dp));
+        put(r.tsp, toRaw(c.targetSp(), dp));
+        put(r.mv, toRaw(c.mv(), dp));
+
+        const auto run = static_cast<int64_t>(c.runSeconds());
+        put(r.runTime, static_cast<uint16_t>(std::min<int64_t>(run / 3600, 0xFFFF)));
+        put(r.runTime + 1, static_cast<uint16_t>(run % 3600 / 60));
+        put(r.runTime + 2, static_cast<uint16_t>(run % 60));
+
+        put(r.segNo, static_cast<uint16_t>(c.segmentNo()));
+        put(r.ptRpt, static_cast<uint16_t>(c.runKind() == Channel::Run::Program ? c.patternPass() : 0));
+        const auto segElapsed = static_cast<int>(c.segmentElapsed());
+        put(r.segTime, static_cast<uint16_t>(segElapsed / 3600));
+        put(r.segTime + 1, static_cast<uint16_t>(segElapsed % 3600));
+        put(r.segTimeSet, static_cast<uint16_t>(c.segmentSeconds() / 3600));
+        put(r.segTimeSet + 1, static_cast<uint16_t>(c.segmentSeconds() % 3600));
+
+        // A run without an end of its own (stopped, or a fixed run without
+        // timer) shows the controllers' unset date.
+        const double toEnd = c.secondsToEnd(s);
+        QDateTime end;
+        if (toEnd >= 0 && now().isValid()) end = now().addSecs(static_cast<qint64>(std::ceil(toEnd)));
+        const QDate d = end.isValid() ? end.date() : QDate(1970, 1, 1);
+        const QTime t = end.isValid() ? end.time() : QTime(0, 0);
+        put(r.endDate, static_cast<uint16_t>(d.year()));
+        put(r.endDate + 1, static_cast<uint16_t>(d.month()));
+        put(r.endDate + 2, static_cast<uint16_t>(d.day()));
+        put(r.endDate + 3, static_cast<uint16_t>(t.hour()));
+        put(r.endDate + 4, static_cast<uint16_t>(t.minute()));
+
+        const bool deviates = c.running() && std::abs(c.pv() - c.sp()) > DeviationLimit;
+        put(r.evtA, static_cast<uint16_t>((reg(r.evtA) & ~DeviationAlarmBit) | (deviates ? DeviationAlarmBit : 0)));
+        if (c.running()) relayB |= RunOutputBit[i];
+    }
+    put(RelayWordB, relayB);
+}
+
+}  // namespace qelsim

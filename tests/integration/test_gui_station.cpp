@@ -1,0 +1,106 @@
+// The main frame with real widgets (offscreen, or Xvfb for screenshots)
+// against qelsim over loopback. With QEL_SCREENSHOT_DIR set, the frames are
+// saved there as PNG.
+#include "app_dir.h"
+#include "line_fixture.h"
+#include "link.h"
+#include "main_window.h"
+#include "state.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
+#include <gtest/gtest.h>
+
+using namespace qeltest;
+
+namespace {
+
+int g_ticks = 0;
+
+// Runs the event loop until `done` or `ms` pass.
+template <typename Pred>
+bool Until(Pred done, int ms) {
+    QElapsedTimer t;
+    t.start();
+    while (!done() && t.elapsed() < ms) QApplication::processEvents(QEventLoop::AllEvents, 20);
+    return done();
+}
+
+void Shot(QWidget& w, const char* name) {
+    const QByteArray dir = qgetenv("QEL_SCREENSHOT_DIR");
+    if (dir.isEmpty()) return;
+    w.grab().save(QString::fromLocal8Bit(dir) + "/" + name);
+}
+
+class GuiStation : public ::testing::Test {
+protected:
+    void Open(const QList<SimChamber>& chambers, const QStringList& simArgs = {}) {
+        ASSERT_TRUE(line.start("ETH", chambers, simArgs)) << line.process().stderrText().toStdString();
+        ASSERT_TRUE(folder.prepare(line));
+        qel::ResetAllState();
+        qel::AppPath = folder.path() + "/";
+        qel::InstallQtLink();
+        window = std::make_unique<qel::MainWindow>();
+        QObject::connect(&window->frame(), &qel::MainFrame::tickDone, [] { ++g_ticks; });
+        window->show();
+        window->frame().load();
+        window->caption();
+        g_ticks = 0;
+    }
+    void TearDown() override {
+        window.reset();
+        qel::RemoveLink();
+        qel::ResetAllState();
+    }
+    SimLine line;
+    StationFolder folder;
+    std::unique_ptr<qel::MainWindow> window;
+};
+
+}  // namespace
+
+TEST_F(GuiStation, OverviewOfALineWithToolTipsAndPanels) {
+    Open({{1, "QEL2000"}, {2, "QEL2100"}, {3, "QEL2000"}, {4, "QEL2100"}}, {"--run", "1", "--run", "2:1"});
+    window->resize(1100, 600);
+    ASSERT_TRUE(Until([] { return g_ticks >= 4; }, 15000));
+    EXPECT_EQ(window->windowTitle(), "QEL Chamber Monitoring System");
+    auto* b1 = window->findChild<QAction*>("button1");
+    ASSERT_NE(b1, nullptr);
+    EXPECT_EQ(b1->toolTip(), "Overview Screen");
+    EXPECT_EQ(window->findChild<QLabel*>("panel2")->text(), "0");
+    auto* table = window->findChild<QTableWidget*>();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->rowCount(), 4);
+    EXPECT_EQ(table->item(1, 2)->text(), "QEL2100");
+    EXPECT_NE(table->item(0, 3)->text(), "LOST");
+    Shot(*window, "main-frame-overview.png");
+}
+
+TEST_F(GuiStation, RunKeyOnThePageStartsTheChamber) {
+    Open({{1, "QEL2000"}});
+    ASSERT_TRUE(Until([] { return g_ticks >= 2; }, 10000));
+    ASSERT_EQ(qel::Chamber[0].Status[0] & 3, 0);
+    EXPECT_EQ(window->findChild<QLabel*>("panel2")->text(), "1");  // one chamber: straight to its page
+    auto* run = window->findChild<QPushButton*>("RUN");
+    ASSERT_NE(run, nullptr);
+    run->click();
+    EXPECT_TRUE(Until([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
+    EXPECT_TRUE(window->frame().readComm().isActive());  // the key command started the poll again
+    Shot(*window, "main-frame-page.png");
+}
+
+TEST_F(GuiStation, LostChamberIsPaintedRed) {
+    Open({{1, "QEL2000"}, {2, "QEL2000"}});
+    ASSERT_FALSE(line.command("stop 2").isNull());
+    ASSERT_TRUE(Until([] { return qel::CommError[1] == -1; }, 20000));
+    window->frame().tickDone();
+    auto* table = window->findChild<QTableWidget*>();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->item(1, 4)->text(), "-.-");
+    EXPECT_EQ(table->item(1, 4)->background().color(), QColor(Qt::red));
+    EXPECT_EQ(qel::CommError[0], 0);
+}

@@ -1,0 +1,120 @@
+// The headless station and qelpoll against qelsim in separate processes,
+// over Modbus/TCP on loopback and RTU and ASCII on a pseudo-terminal.
+#include "line_fixture.h"
+
+#include <QJsonArray>
+#include <gtest/gtest.h>
+
+using namespace qeltest;
+
+namespace {
+
+const QList<SimChamber> kLine = {{1, "QEL2000"}, {2, "QEL2100"}, {3, "QEL2000"}};
+
+// Fixed registers (the simulator frozen): chamber 1 PV -20.0 and SP 30.0,
+// chamber 2 PV 25.3 / -1.0 on its two channels.
+const QStringList kFrozen = {"--frozen", "--no-noise", "--set", "1:0x0009:-200", "--set", "1:0x000B:300",
+                             "--set", "2:0x0009:253", "--set", "2:0x000A:-10"};
+
+class StationLine : public ::testing::TestWithParam<const char*> {};
+
+RunResult RunStation(const StationFolder& folder, int cycles) {
+    return qeltest::Run(QStringLiteral(QELSTATION_PATH),
+               {"--headless", "--app-dir", folder.path(), "--cycles", QString::number(cycles), "--json"}, 120000);
+}
+
+}  // namespace
+
+TEST_P(StationLine, PrintsWhatTheSimulatorServesAndMarksTheStoppedChamberLost) {
+    const QString protocol = GetParam();
+    SimLine line;
+    ASSERT_TRUE(line.start(protocol, kLine, kFrozen)) << line.process().stderrText().toStdString();
+    ASSERT_FALSE(line.command("stop 3").isNull());
+    StationFolder folder;
+    ASSERT_TRUE(folder.prepare(line));
+
+    const RunResult r = RunStation(folder, 20);
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const auto last = LastByChamber(r.out);
+    ASSERT_EQ(last.size(), 3) << r.out.left(2000).toStdString();
+
+    EXPECT_EQ(last[1]["CommError"].toInt(), 0);
+    EXPECT_DOUBLE_EQ(last[1]["PV"].toArray()[0].toDouble(), -20.0);
+    EXPECT_DOUBLE_EQ(last[1]["SP"].toArray()[0].toDouble(), 30.0);
+    EXPECT_EQ(last[2]["CommError"].toInt(), 0);
+    EXPECT_EQ(last[2]["ChannelCount"].toInt(), 2);
+    EXPECT_DOUBLE_EQ(last[2]["PV"].toArray()[0].toDouble(), 25.3);
+    EXPECT_DOUBLE_EQ(last[2]["PV"].toArray()[1].toDouble(), -1.0);
+
+    // Lost at the third failure on RTU, the fourth on ASCII and TCP; it keeps counting.
+    EXPECT_EQ(last[3]["CommError"].toInt(), -1);
+    EXPECT_GE(last[3]["FailCount"].toInt(), protocol == QLatin1String("RTU") ? 3 : 4);
+    EXPECT_TRUE(folder.errorLog().contains("User Start Program"));
+    EXPECT_TRUE(folder.errorLog().contains("User End Program"));
+    if (protocol == QLatin1String("ETH")) {
+        EXPECT_TRUE(folder.errorLog().contains("3   Communication state check"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Protocols, StationLine, ::testing::Values("ETH", "RTU", "ASC"));
+
+TEST(StationLine, ChamberComesBackAfterItsSimulatorRestarts) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}, {"--frozen"}));
+    ASSERT_FALSE(line.command("stop 1").isNull());
+    StationFolder folder;
+    ASSERT_TRUE(folder.prepare(line));
+    ChildProcess station;
+    ASSERT_TRUE(station.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--json"}));
+    // Lost first...
+    bool lost = false;
+    for (int i = 0; i < 40 && !lost; ++i) lost = station.waitForLine("{").contains("\"CommError\":-1");
+    ASSERT_TRUE(lost);
+    // ...then back once the controller answers again.
+    ASSERT_FALSE(line.command("start 1").isNull());
+    bool back = false;
+    for (int i = 0; i < 60 && !back; ++i) back = station.waitForLine("{").contains("\"CommError\":0");
+    EXPECT_TRUE(back);
+    station.stop();  // SIGTERM: the exit order without a question
+    EXPECT_TRUE(folder.errorLog().contains("User End Program"));
+}
+
+TEST(QelPollKey, RunKeyOnChannelTwoStartsThatChannelOnly) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}}));
+    QTemporaryDir logs;
+    const QStringList link = {"--protocol", "ETH", "--ip", line.hostBase(), "--remote-port", QString::number(line.port()),
+                              "--model", "QEL2100", "--pcspeed", "100", "--json", "--app-dir", logs.path()};
+    const RunResult before = qeltest::Run(QStringLiteral(QELPOLL_PATH), link + QStringList{"--count", "1"});
+    ASSERT_EQ(before.exitCode, 0) << before.err.toStdString();
+    ASSERT_EQ(LastByChamber(before.out)[1]["Status"].toArray()[1].toInt() & 3, 0);
+
+    const RunResult after = qeltest::Run(QStringLiteral(QELPOLL_PATH), link + QStringList{"--key", "run", "--channel", "2", "--count", "2"});
+    ASSERT_EQ(after.exitCode, 0) << after.err.toStdString();
+    const QJsonObject o = LastByChamber(after.out)[1];
+    EXPECT_NE(o["Status"].toArray()[1].toInt() & 3, 0);
+    EXPECT_EQ(o["Status"].toArray()[0].toInt() & 3, 0);
+}
+
+TEST(Station, SecondInstanceOnTheSameFolderIsRefused) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}));
+    StationFolder folder;
+    ASSERT_TRUE(folder.prepare(line));
+    ChildProcess first;
+    ASSERT_TRUE(first.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--json"}));
+    ASSERT_FALSE(first.waitForLine("{").isNull());
+    const RunResult second = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "1"});
+    EXPECT_NE(second.exitCode, 0);
+    EXPECT_TRUE(second.err.contains("already running"));
+}
+
+TEST(Station, NoChambersSetUpExitsNonZeroHeadless) {
+    SimLine line;
+    line.describe("ETH", {});
+    StationFolder folder;
+    ASSERT_TRUE(folder.prepare(line));
+    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "3"});
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_TRUE(r.err.contains("no chambers are set up")) << r.err.toStdString();
+}
