@@ -1,0 +1,67 @@
+// Cost of the text-based frame handling against a scripted line: CRC of a
+// full reply, a whole block-1 poll with decode, and the number texts.
+// Run: build/bench/bench_exchange
+#include "clock.h"
+#include "fake_serial.h"
+#include "link.h"
+#include "modbus.h"
+#include "qel2000_poll.h"
+#include "state.h"
+#include "vbtext.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+
+using namespace qel;
+
+static void BM_CrcOfAFullReply(benchmark::State& state) {
+    const QString reply = QString("0103F0") + QString("00FA").repeated(120);
+    for (auto _ : state) benchmark::DoNotOptimize(CrcText(reply));
+}
+BENCHMARK(BM_CrcOfAFullReply);
+
+static void BM_ValOfARegister(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(Val(QStringLiteral("&HFF38")));
+}
+BENCHMARK(BM_ValOfARegister);
+
+static void BM_FormatScaled(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(Format(-20.04, QStringLiteral("##0.0")));
+}
+BENCHMARK(BM_FormatScaled);
+
+// One poll of a running QEL2100 (both blocks) on a line that answers at
+// once, with time standing still: what the station spends besides the wire.
+static void BM_PollOfARunningChamber(benchmark::State& state) {
+    QTemporaryDir dir;
+    ResetAllState();
+    AppPath = dir.path() + "/";
+    ManualClock clock;
+    SetClock(&clock);
+    auto port = std::make_unique<qeltest::FakeSerialPort>();
+    port->reply = [](const QByteArray& req) {
+        const int first = (static_cast<uint8_t>(req[2]) << 8) | static_cast<uint8_t>(req[3]);
+        const int count = (static_cast<uint8_t>(req[4]) << 8) | static_cast<uint8_t>(req[5]);
+        return qeltest::WithCrc(qeltest::ReadReplyBody(1, first, count, [](int r) {
+            return static_cast<uint16_t>(r == 0x0004 ? 1 : r == 0x039C ? 2024 : r & 0xFF);
+        }));
+    };
+    MSComm1 = std::move(port);
+    Protocol = "RTU";
+    PCSpeed = 0;
+    ChamberModel[0] = "QEL2100";
+    Chamber[0].DP = {"0", "0", "0"};
+    OpenLink();
+    for (auto _ : state) ReadCommBlock(1);
+    RemoveLink();
+    SetClock(nullptr);
+}
+BENCHMARK(BM_PollOfARunningChamber);
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
