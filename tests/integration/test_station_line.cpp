@@ -2,6 +2,7 @@
 // over Modbus/TCP on loopback and RTU and ASCII on a pseudo-terminal.
 #include "line_fixture.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <gtest/gtest.h>
 
@@ -117,4 +118,35 @@ TEST(Station, NoChambersSetUpExitsNonZeroHeadless) {
     const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "3"});
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains("no chambers are set up")) << r.err.toStdString();
+}
+
+TEST(Station, PseudoTerminalGoingAwayMarksTheLineLostAndTheStationGoesOn) {
+    SimLine line;
+    ASSERT_TRUE(line.start("RTU", {{1, "QEL2000"}}));
+    StationFolder folder;
+    ASSERT_TRUE(folder.prepare(line));
+    ChildProcess station;
+    ASSERT_TRUE(station.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--json"}));
+    bool good = false;
+    for (int i = 0; i < 20 && !good; ++i) good = station.waitForLine("{").contains("\"CommError\":0");
+    ASSERT_TRUE(good);
+    line.process().stop();  // the line vanishes under the station
+    bool lost = false;
+    for (int i = 0; i < 40 && !lost; ++i) lost = station.waitForLine("{").contains("\"CommError\":-1");
+    EXPECT_TRUE(lost);
+    // Still polling: more ticks keep coming.
+    EXPECT_FALSE(station.waitForLine("{").isNull());
+    EXPECT_EQ(station.process().state(), QProcess::Running);
+    station.stop();
+    EXPECT_TRUE(folder.errorLog().contains("Serial port error(Open)")) << folder.errorLog().toStdString();
+}
+
+TEST(Station, UnusableApplicationFolderIsRefused) {
+    QTemporaryDir tmp;
+    QFile plain(tmp.path() + "/not-a-folder");
+    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
+    plain.close();
+    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", plain.fileName(), "--cycles", "1"});
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_TRUE(r.err.contains("cannot read the folder")) << r.err.toStdString();
 }
