@@ -34,9 +34,7 @@ protected:
     void SetUp() override {
         clock.set(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7, 45)));
         SetClock(&clock);
-        auto p = std::make_unique<qeltest::FakeSerialPort>();
-        port = p.get();
-        MSComm1 = std::move(p);
+        port = qeltest::InstallFakeSerialPort();
         Protocol = "RTU";
         PCSpeed = 300;
         ChamberAddress[0] = "1";

@@ -17,9 +17,7 @@ class Keys : public ::testing::Test {
 protected:
     void SetUp() override {
         SetClock(&clock);
-        auto p = std::make_unique<qeltest::FakeSerialPort>();
-        port = p.get();
-        MSComm1 = std::move(p);
+        port = qeltest::InstallFakeSerialPort();
         Protocol = "RTU";
         PCSpeed = 300;
         ChamberName[0] = "C1";

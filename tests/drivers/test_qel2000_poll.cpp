@@ -20,10 +20,8 @@ class PollBlock : public ::testing::Test {
 protected:
     void SetUp() override {
         SetClock(&clock);
-        auto p = std::make_unique<qeltest::FakeSerialPort>();
-        port = p.get();
+        port = qeltest::InstallFakeSerialPort();
         port->reply = [this](const QByteArray& req) { return Answer(req); };
-        MSComm1 = std::move(p);
         Protocol = "RTU";
         MaxChamberNo = 1;
         ChamberModel[0] = "QEL2100";

@@ -1,5 +1,6 @@
 #include "fake_serial.h"
 
+#include "link.h"
 #include "runtime_error.h"
 
 namespace qeltest {
@@ -26,6 +27,13 @@ QByteArray FakeSerialPort::input() {
     QByteArray out = pending_;
     pending_.clear();
     return out;
+}
+
+FakeSerialPort* InstallFakeSerialPort() {
+    auto port = std::make_unique<FakeSerialPort>();
+    FakeSerialPort* raw = port.get();
+    qel::MSComm1 = std::move(port);
+    return raw;
 }
 
 QByteArray FromHex(const QString& hex) { return QByteArray::fromHex(hex.toLatin1()); }

@@ -36,6 +36,9 @@ private:
     QByteArray pending_;
 };
 
+// Puts a scripted port in place of the main serial port; the link owns it.
+FakeSerialPort* InstallFakeSerialPort();
+
 // Hex text to bytes and a Modbus RTU frame with its CRC, computed here
 // independently of the station's own routine.
 QByteArray FromHex(const QString& hex);
