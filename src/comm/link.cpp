@@ -98,6 +98,7 @@ void WinsockDataArrival(int chamberIndex, int /*bytesTotal*/) {
         DoEvents();
     }
     LastTick = AbsTickCount();
+    if (!Winsock[chamberIndex]) return;  // the link was taken down during the wait
     const QString hex = QString::fromLatin1(Winsock[chamberIndex]->getData().toHex().toUpper());
     // A reply in several pieces is joined; only the first carries the header.
     RxText += RxText.isEmpty() ? hex.mid(12) : hex;

@@ -11,6 +11,10 @@
 #include <QString>
 #include <QStringList>
 #include <gtest/gtest.h>
+#include <ostream>
+
+// Readable failure messages for bytes (app_dir.h has those for texts).
+void PrintTo(const QByteArray& bytes, std::ostream* os);
 
 class SettingsTest : public ::testing::Test {
 protected:
@@ -36,3 +40,15 @@ private:
 
 // Windows line ends for a file written by hand: every "\n" becomes CR LF.
 QByteArray Crlf(const char* text);
+
+// The sections of a language file and their key counts, as the language
+// files are laid out.
+struct LanguageSectionSize {
+    const char* name;
+    int count;
+};
+extern const LanguageSectionSize kLanguageFileLayout[14];
+
+// A complete language file whose entry k of section s reads "<s> <k>/",
+// except that entry `omitKey` of section `omitSection` is left out.
+QByteArray LanguageFile(const char* omitSection = nullptr, int omitKey = 0);
