@@ -150,3 +150,28 @@ TEST(Station, UnusableApplicationFolderIsRefused) {
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains("cannot read the folder")) << r.err.toStdString();
 }
+
+class QelPollLine : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(QelPollLine, PrintsWhatTheSimulatorServesIncludingNegativeValues) {
+    const QString protocol = GetParam();
+    SimLine line;
+    ASSERT_TRUE(line.start(protocol, {{5, "QEL2100"}}, {"--frozen", "--no-noise", "--set", "5:0x0009:0xFF38", "--set", "5:0x000C:-1"}));
+    QTemporaryDir logs;
+    QStringList args = {"--protocol", protocol, "--address", "5", "--model", "QEL2100", "--dp", "1,2",
+                        "--pcspeed", "100", "--count", "2", "--json", "--app-dir", logs.path()};
+    if (protocol == QLatin1String("ETH"))
+        args << "--ip" << QStringLiteral("%1.%2").arg(line.hostBase().section('.', 0, 2)).arg(line.hostBase().section('.', 3).toInt() + 4)
+             << "--remote-port" << QString::number(line.port());
+    else
+        args << "--device" << line.pty();
+    const RunResult r = qeltest::Run(QStringLiteral(QELPOLL_PATH), args);
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString() << r.out.toStdString();
+    const QJsonObject o = LastByChamber(r.out)[1];
+    EXPECT_DOUBLE_EQ(o["PV"].toArray()[0].toDouble(), -20.0);  // raw 0xFF38, one place
+    EXPECT_DOUBLE_EQ(o["SP"].toArray()[1].toDouble(), -0.01);  // raw -1, two places
+    EXPECT_EQ(o["CommError"].toInt(), 0);
+    EXPECT_EQ(o["DP"].toArray()[1].toString(), "00");
+}
+
+INSTANTIATE_TEST_SUITE_P(Protocols, QelPollLine, ::testing::Values("ETH", "RTU", "ASC"));
