@@ -82,10 +82,8 @@ TEST(OpenLink, EthConnectsOnlyChambersInUse) {
 }
 
 TEST(OpenLink, SerialDeviceComesFromThePortsTableOrTheDefault) {
-    SerialPortDevices.clear();
+    SerialPortDevices = {{2, "/dev/ttyUSB0"}};
     EXPECT_EQ(SerialDeviceName(1), "/dev/ttyS0");
-    EXPECT_EQ(SerialDeviceName(2), "/dev/ttyS1");
-    SerialPortDevices[2] = "/dev/ttyUSB0";
     EXPECT_EQ(SerialDeviceName(2), "/dev/ttyUSB0");
     SerialPortDevices.clear();
 }

@@ -48,20 +48,3 @@ TEST(WaitSec, NoYieldLeavesEventsWaiting) {
     qel::SetClock(nullptr);
     EXPECT_EQ(fired, 1);
 }
-
-TEST(WaitSec, ZeroAndNegativeReturnAtOnce) {
-    SliceClock clock;
-    qel::SetClock(&clock);
-    qel::WaitSec(0);
-    qel::WaitSec(-1);
-    qel::SetClock(nullptr);
-    EXPECT_TRUE(clock.slices.empty());
-}
-
-TEST(ManualClock, AdvancesOnlyWhenSleptOrMoved) {
-    qel::ManualClock c(QDateTime(QDate(2024, 1, 31), QTime(23, 59, 59)));
-    const QDateTime t0 = c.now();
-    EXPECT_EQ(c.now(), t0);
-    c.sleepMs(1500);
-    EXPECT_EQ(c.now(), QDateTime(QDate(2024, 2, 1), QTime(0, 0, 0, 500)));
-}

@@ -26,16 +26,6 @@ TEST(MessageLog, OneFilePerChamberNameAndDay) {
     EXPECT_EQ(dir.read(QStringLiteral("Message/항온조 A/20240131_M.log")), expected);
 }
 
-TEST(MessageLog, KoreanTextIsCp949OnDisk) {
-    qeltest::AppDir dir;
-    ManualClock clock;
-    SetClock(&clock);
-    ChamberName[0] = QStringLiteral("C1");
-    WriteMessageLog(QStringLiteral("도어 열림"), 1);
-    // 도 B5 B5, 어 BE EE, blank, 열 BF AD, 림 B8 B2
-    EXPECT_EQ(dir.read("Message/C1/20240131_M.log"), QByteArray("20240131 08:15:07  \xB5\xB5\xBE\xEE \xBF\xAD\xB8\xB2\r\n"));
-}
-
 TEST(MessageLog, FolderRemovedUnderTheStationIsMadeAgain) {
     qeltest::AppDir dir;
     ManualClock clock;

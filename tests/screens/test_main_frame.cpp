@@ -128,14 +128,6 @@ TEST_F(Frame, CancelAtExitKeepsRunningAndTheLogLine) {
     EXPECT_EQ(op.asked[0], "confirm|Program Exit|Do you want to exit the program?");
 }
 
-TEST_F(Frame, ExitWithoutAnOperatorAsksNothing) {
-    SetChambers(2);
-    MainFrame frame(op, host);
-    frame.load();
-    EXPECT_TRUE(frame.queryUnload(false));
-    EXPECT_TRUE(op.asked.isEmpty());
-}
-
 TEST_F(Frame, ToolbarGuardsAndTheTimerAroundModalForms) {
     SetChambers(3);
     MainFrame frame(op, host);
@@ -175,15 +167,6 @@ TEST_F(Frame, ToolbarGuardsAndTheTimerAroundModalForms) {
                                        QString("modal %1").arg(int(FrameForm::Pattern2300)),
                                        QString("modal %1").arg(int(FrameForm::Pattern)),
                                        "choose " + dir.path() + "Message/", "page 2", "overview 1", "close"}));
-}
-
-TEST_F(Frame, ToolTipsComeFromTheLanguageTable) {
-    SetChambers(2);
-    MainFrame frame(op, host);
-    frame.load();
-    EXPECT_EQ(MainFrame::toolTip(1), "Overview Screen");
-    EXPECT_EQ(MainFrame::toolTip(11), "Exit");
-    for (int i = 1; i <= MainFrame::kToolButtons; ++i) EXPECT_FALSE(MainFrame::toolTip(i).isEmpty()) << i;
 }
 
 TEST_F(Frame, UnreadableSettingsLeaveALogLineAndTheStationUp) {
