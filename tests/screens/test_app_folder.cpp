@@ -16,16 +16,6 @@ TEST(AppFolder, OptionWinsAndIsMadeWhenMissing) {
     EXPECT_TRUE(QDir(dir).exists());
 }
 
-TEST(AppFolder, AFileInsteadOfAFolderIsRefused) {
-    QTemporaryDir tmp;
-    QFile f(tmp.path() + "/plain");
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.close();
-    QString error;
-    EXPECT_EQ(ResolveAppFolder(tmp.path() + "/plain", tmp.path(), &error), "");
-    EXPECT_FALSE(error.isEmpty());
-}
-
 TEST(AppFolder, ProgramFolderWithSettingsIsUsed) {
     QTemporaryDir prog;
     QFile f(prog.path() + "/SetComm.ini");
@@ -53,16 +43,4 @@ TEST(AppFolder, FirstStartFillsAUserFolderFromTheDefaults) {
     EXPECT_EQ(f.readAll(), QByteArray("[CommSet]\r\nProtocol=RTU/\r\n"));
     QDir(user).removeRecursively();
     QStandardPaths::setTestModeEnabled(false);
-}
-
-TEST(InstanceLock, ASecondStationOnTheSameFolderIsRefused) {
-    QTemporaryDir a, b;
-    InstanceLock first(a.path());
-    EXPECT_TRUE(first.acquired());
-    {
-        InstanceLock second(a.path());
-        EXPECT_FALSE(second.acquired());
-    }
-    InstanceLock other(b.path());
-    EXPECT_TRUE(other.acquired());
 }
