@@ -9,8 +9,8 @@ PKGS=(
   qt6-base-dev qt6-base-dev-tools qt6-serialport-dev libqt6serialport6
   libqcustomplot-dev
   libgl-dev
-  python3 python3-pymodbus python3-serial python3-serial-asyncio socat
-  libmodbus-dev mbpoll
+  python3 python3-pymodbus python3-serial python3-serial-asyncio
+  libmodbus-dev
   xvfb xauth
 )
 
