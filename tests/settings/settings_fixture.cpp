@@ -1,27 +1,14 @@
 #include "settings_fixture.h"
 
-#include "codepage.h"
 #include "errorlog.h"
 #include "settings_state.h"
+#include "state.h"
 
-#include <QDir>
 #include <QFile>
 
 void PrintTo(const QByteArray& bytes, std::ostream* os) {
-    *os << '"';
-    for (char c : bytes) {
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '\r')
-            *os << "\\r";
-        else if (c == '\n')
-            *os << "\\n";
-        else if (u < 0x20 || u >= 0x7F)
-            *os << "\\x"
-                << "0123456789ABCDEF"[u >> 4] << "0123456789ABCDEF"[u & 15];
-        else
-            *os << c;
-    }
-    *os << '"';
+    // Printable ASCII as it is; line ends, CP949 and other bytes as %XX.
+    *os << '"' << bytes.toPercentEncoding(" !\"#$&'()*+,-./:;<=>?@[\\]^_`{|}~").toStdString() << '"';
 }
 
 SettingsTest::SettingsTest() {
@@ -42,21 +29,28 @@ SettingsTest::~SettingsTest() {
 }
 
 QStringList SettingsTest::errorLines() const {
-    QFile f(qel::ErrorLogPath());
-    if (!f.open(QIODevice::ReadOnly)) return {};
     QStringList lines;
-    for (const QString& line :
-         qel::FromCodePage(f.readAll()).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts))
+    for (const QString& line : app.errorLog().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts))
         lines << line.mid(19);  // "YYYYMMDD HH:MM:SS" and two blanks
     return lines;
 }
 
-void SettingsTest::copyDefaultApp() {
-    const QDir from(QStringLiteral(QEL_DEFAULT_APP_DIR));
-    for (const QString& name : from.entryList(QDir::Files)) QFile::copy(from.filePath(name), app.file(name));
+void SettingsTest::resetState() {
+    qel::ResetAllState();
+    qel::ResetSettingsState();
+    qel::AppPath = app.path();
+    QFile::remove(qel::ErrorLogPath());
+    linkCalls.clear();
 }
 
 QByteArray Crlf(const char* text) { return QByteArray(text).replace("\n", "\r\n"); }
+
+QByteArray Section(const QByteArray& name, int count, const std::function<QByteArray(int)>& line) {
+    QByteArray s = "[" + name + "]\r\n";
+    for (int i = 1; i <= count; ++i)
+        if (const QByteArray l = line(i); !l.isEmpty()) s += l + "\r\n";
+    return s;
+}
 
 const LanguageSectionSize kLanguageFileLayout[14] = {
     {"Configration", 20},    {"DIUserName", 1},  {"DisplaySet", 15}, {"GraphSetting", 18}, {"LampSelect", 4},
@@ -66,12 +60,10 @@ const LanguageSectionSize kLanguageFileLayout[14] = {
 
 QByteArray LanguageFile(const char* omitSection, int omitKey) {
     QByteArray file;
-    for (const auto& s : kLanguageFileLayout) {
-        file += QByteArray("[") + s.name + "]\r\n";
-        for (int k = 1; k <= s.count; ++k) {
-            if (omitSection && qstrcmp(omitSection, s.name) == 0 && k == omitKey) continue;
-            file += QByteArray::number(k) + "=" + s.name + " " + QByteArray::number(k) + "/\r\n";
-        }
-    }
+    for (const auto& s : kLanguageFileLayout)
+        file += Section(s.name, s.count, [&](int k) {
+            if (omitSection && qstrcmp(omitSection, s.name) == 0 && k == omitKey) return QByteArray();
+            return QByteArray::number(k) + "=" + s.name + " " + QByteArray::number(k) + "/";
+        });
     return file;
 }

@@ -10,6 +10,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <gtest/gtest.h>
 #include <ostream>
 
@@ -26,9 +27,8 @@ protected:
 
     // The texts of today's error-log lines, without the time stamp.
     QStringList errorLines() const;
-
-    // Copies the shipped default application folder into this one.
-    void copyDefaultApp();
+    // Globals, error log and link calls as at the start: for the next row of a table.
+    void resetState();
 
     qeltest::AppDir app;
     qel::ManualClock clock;
@@ -41,12 +41,11 @@ private:
 // Windows line ends for a file written by hand: every "\n" becomes CR LF.
 QByteArray Crlf(const char* text);
 
-// The sections of a language file and their key counts, as the language
-// files are laid out.
-struct LanguageSectionSize {
-    const char* name;
-    int count;
-};
+// "[name]" and line(1) .. line(count), each with CR LF; empty lines left out.
+QByteArray Section(const QByteArray& name, int count, const std::function<QByteArray(int)>& line);
+
+// The sections of a language file and their key counts.
+struct LanguageSectionSize { const char* name; int count; };
 extern const LanguageSectionSize kLanguageFileLayout[14];
 
 // A complete language file whose entry k of section s reads "<s> <k>/",
