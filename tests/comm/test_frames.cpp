@@ -32,14 +32,6 @@ TEST(Crc, AgreesWithAnIndependentReferenceOnManyFrames) {
     }
 }
 
-TEST(Crc, CalcCrcFillsFrameBytesLowByteFirst) {
-    CalcCRC("01030000000A");
-    EXPECT_EQ(FrameBytes, qeltest::FromHex("01030000000AC5CD"));
-    EXPECT_EQ(CrcLo, 0xC5);
-    EXPECT_EQ(CrcHi, 0xCD);
-    EXPECT_EQ(FrameBytes.size(), 12 / 2 + 2);
-}
-
 TEST(Lrc, IsTheTwosComplementOfTheByteSum) {
     // :01 03 00 02 00 78 -> sum 0x7E -> LRC 0x82
     EXPECT_EQ(ModbusLRC(1, "0300020078"), "82");

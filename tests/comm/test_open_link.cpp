@@ -48,16 +48,6 @@ TEST(OpenLink, SerialOpensOnceWithTheSettingsText) {
     RemoveLink();
 }
 
-TEST(OpenLink, FailureToOpenIsLoggedAndGivesZero) {
-    qeltest::AppDir dir;
-    auto p = std::make_unique<qeltest::FakeSerialPort>();
-    p->failOpen = true;
-    MSComm1 = std::move(p);
-    EXPECT_EQ(OpenLink(), 0);
-    EXPECT_TRUE(dir.read("Error/" + ErrorLogPath().section('/', -1)).endsWith("  Device unavailableSerial port error(Open)\r\n"));
-    RemoveLink();
-}
-
 TEST(OpenLink, EthConnectsOnlyChambersInUse) {
     qeltest::AppDir dir;
     Protocol = "ETH";

@@ -153,14 +153,6 @@ TEST_F(SerialExchange, ClosedPortThatWillNotOpenMarksTheChamberLostOncePerExchan
     EXPECT_EQ(ErrorLog().count("Device unavailableSerial port error(Open)\r\n"), 2);
 }
 
-TEST_F(SerialExchange, ClosedPortThatOpensSendsNothingThisTime) {
-    ClosePort(PortNumber);
-    EXPECT_EQ(Read(), "");
-    EXPECT_TRUE(port->sent.isEmpty());
-    EXPECT_TRUE(port->portOpen());
-    EXPECT_EQ(CommError[0], 0);
-}
-
 TEST_F(SerialExchange, AscGoodReplyKeepsItsTextWithoutTheColon) {
     Protocol = "ASC";
     const QByteArray reply = AsciiOf(Block1Reply(1));
@@ -208,11 +200,4 @@ TEST_F(SerialExchange, RunTimeFailureInsideIsLoggedWithTheFrame) {
     int16_t minLen = 490;
     EXPECT_EQ(ModbusTransact("&H3F0", minLen, 31, 1, "0300020078"), "");
     EXPECT_TRUE(ErrorLog().contains("  Subscript out of rangeADR:31 송0300020078 수:\r\n")) << ErrorLog().toStdString();
-}
-
-TEST_F(SerialExchange, UnknownProtocolMarksTheChamberLost) {
-    Protocol = "XYZ";
-    EXPECT_EQ(Read(), "");
-    EXPECT_EQ(CommError[0], -1);
-    EXPECT_EQ(StatusPanel1, "Address number. 1     Communication status check");
 }

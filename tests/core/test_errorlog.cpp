@@ -34,15 +34,6 @@ TEST(ErrorLog, StartsANewFileEachDay) {
     EXPECT_EQ(dir.read("Error/20240201_E.log"), QByteArray("20240201 00:00:00  b\r\n"));
 }
 
-TEST(ErrorLog, MakesARemovedFolderAgain) {
-    qeltest::AppDir dir;
-    ManualClock clock;
-    SetClock(&clock);
-    ASSERT_FALSE(QDir(dir.file("Error")).exists());
-    WriteErrorLog("after the folder went");
-    EXPECT_TRUE(dir.read("Error/20240131_E.log").endsWith("after the folder went\r\n"));
-}
-
 TEST(ErrorTail, AppendsTheLogNameWithoutABlank) {
     qeltest::AppDir dir;
     ManualClock clock;

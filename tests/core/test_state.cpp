@@ -7,14 +7,6 @@
 
 using namespace qel;
 
-TEST(State, IndexOutsideTheTableIsARunTimeError) {
-    EXPECT_EQ(ChamberIndex(1), 0);
-    EXPECT_EQ(ChamberIndex(30), 29);
-    EXPECT_THROW(ChamberIndex(0), RuntimeError);
-    EXPECT_THROW(ChamberIndex(31), RuntimeError);
-    EXPECT_THROW(ChannelIndex(4), RuntimeError);
-}
-
 TEST(RecordJson, NamesEveryFieldAndTheHealth) {
     ResetAllState();
     Chamber[1].PV[0] = -20.0;

@@ -79,63 +79,32 @@ TEST_F(PollBlock, DecodesEveryFieldOfBlockOneFromItsRegister) {
             {0x0071, 5}, {0x0072, 10}, {0x0078, 6}, {0x0079, 20}};
     ReadCommBlock(1);
     const ChamberRec& r = Chamber[0];
-    EXPECT_EQ(r.PVStat[0], 2);
-    EXPECT_EQ(r.PVStat[1], 16);
-    EXPECT_EQ(r.Status[0], 0);  // low byte only
-    EXPECT_EQ(r.Status[1], 4);
-    EXPECT_DOUBLE_EQ(r.PV[0], -20.0);  // raw 0xFF38 with one place
-    EXPECT_DOUBLE_EQ(r.PV[1], 25.3);
-    EXPECT_DOUBLE_EQ(r.SP[0], 30.0);
-    EXPECT_DOUBLE_EQ(r.SP[1], -1.0);
-    EXPECT_DOUBLE_EQ(r.TSP[0], 30.5);
-    EXPECT_DOUBLE_EQ(r.TSP[1], 41.0);
-    EXPECT_DOUBLE_EQ(r.MV[0], 100.0);
-    EXPECT_DOUBLE_EQ(r.MV[1], 55.5);
-    EXPECT_EQ(r.PIDNo[0], 3);
-    EXPECT_EQ(r.PIDNo[1], 4);
-    EXPECT_EQ(r.EvtWordD[0], 0x0101);
-    EXPECT_EQ(r.EvtWordD[1], 0x0102);
-    EXPECT_EQ(r.EvtWordC[0], 0x0201);
-    EXPECT_EQ(r.EvtWordC[1], 0x0202);
-    EXPECT_EQ(r.EvtWordA[0], 0x0301);
-    EXPECT_EQ(r.EvtWordA[1], 0x0302);
-    EXPECT_EQ(r.EvtWordB[0], 0x0401);
-    EXPECT_EQ(r.EvtWordB[1], 0x0402);
-    EXPECT_EQ(r.UserKeyState[0], 1);
-    EXPECT_EQ(r.UserKeyState[1], 0);
-    EXPECT_EQ(r.EvtMode[0], 1);
-    EXPECT_EQ(r.EvtMode[1], 7);
-    EXPECT_EQ(r.RelayWordB, 0x0B0B);
-    EXPECT_EQ(r.RelayWordA, 0x0A0A);
-    EXPECT_EQ(r.RelayWordD, 0x0D0D);
-    EXPECT_EQ(r.RelayWordC, 0x0C0C);
-    EXPECT_EQ(r.RunTime[0], 2 * 3600 + 60 + 30);  // 75 minutes add one whole hour's worth of 60 s
-    EXPECT_EQ(r.RunTime[1], 3600 + 5);            // minutes below 60 add nothing
-    EXPECT_EQ(r.PTNo[0], 11);
-    EXPECT_EQ(r.SegNo[0], 12);
-    EXPECT_EQ(r.PTNo[1], 21);
-    EXPECT_EQ(r.SegNo[1], 22);
-    EXPECT_EQ(r.PTRpt[0], 31);
-    EXPECT_EQ(r.PTRptSet[0], 32);
-    EXPECT_EQ(r.PTRpt[1], 41);
-    EXPECT_EQ(r.PTRptSet[1], 42);
-    EXPECT_EQ(r.SegRpt[0], 51);
-    EXPECT_EQ(r.SegRptSet[0], 52);
-    EXPECT_EQ(r.SegRpt[1], 61);
-    EXPECT_EQ(r.SegRptSet[1], 62);
-    EXPECT_EQ(r.SegTime[0], 3630);
-    EXPECT_EQ(r.SegTimeSet[0], 7245);
-    EXPECT_EQ(r.SegTime[1], 10807);
-    EXPECT_EQ(r.SegTimeSet[1], 14400);
-    EXPECT_EQ(r.LinkedRun, 0);
-    EXPECT_EQ(r.FixMode[0], 1);
-    EXPECT_EQ(r.FixMode[1], 0);
-    EXPECT_EQ(r.EndShown[0], 1);
-    EXPECT_EQ(r.EndShown[1], 0);
-    EXPECT_EQ(r.FixTime[0], 5 * 3600 + 10);
-    EXPECT_EQ(r.FixTime[1], 6 * 3600 + 20);
-    EXPECT_DOUBLE_EQ(r.TempDev[0], 0.0);
-    EXPECT_DOUBLE_EQ(r.TempDev[1], 0.0);
+    // Field, value, value expected from the register above.
+    auto row = [](const char* field, double got, double want) { EXPECT_DOUBLE_EQ(got, want) << field; };
+    row("PVStat1", r.PVStat[0], 2); row("PVStat2", r.PVStat[1], 16); row("Status1 (low byte)", r.Status[0], 0);
+    row("Status2", r.Status[1], 4); row("PV1 raw 0xFF38", r.PV[0], -20.0); row("PV2", r.PV[1], 25.3);
+    row("SP1", r.SP[0], 30.0); row("SP2", r.SP[1], -1.0); row("TSP1", r.TSP[0], 30.5);
+    row("TSP2", r.TSP[1], 41.0); row("MV1", r.MV[0], 100.0); row("MV2", r.MV[1], 55.5);
+    row("PIDNo1", r.PIDNo[0], 3); row("PIDNo2", r.PIDNo[1], 4); row("EvtWordD1", r.EvtWordD[0], 0x0101);
+    row("EvtWordD2", r.EvtWordD[1], 0x0102); row("EvtWordC1", r.EvtWordC[0], 0x0201);
+    row("EvtWordC2", r.EvtWordC[1], 0x0202); row("EvtWordA1", r.EvtWordA[0], 0x0301);
+    row("EvtWordA2", r.EvtWordA[1], 0x0302); row("EvtWordB1", r.EvtWordB[0], 0x0401);
+    row("EvtWordB2", r.EvtWordB[1], 0x0402); row("UserKeyState1", r.UserKeyState[0], 1);
+    row("UserKeyState2", r.UserKeyState[1], 0); row("EvtMode1", r.EvtMode[0], 1);
+    row("EvtMode2", r.EvtMode[1], 7); row("RelayWordA", r.RelayWordA, 0x0A0A);
+    row("RelayWordB", r.RelayWordB, 0x0B0B); row("RelayWordC", r.RelayWordC, 0x0C0C);
+    row("RelayWordD", r.RelayWordD, 0x0D0D); row("RunTime1: 75 min add 60 s", r.RunTime[0], 2 * 3600 + 60 + 30);
+    row("RunTime2: 59 min add nothing", r.RunTime[1], 3600 + 5); row("PTNo1", r.PTNo[0], 11);
+    row("SegNo1", r.SegNo[0], 12); row("PTNo2", r.PTNo[1], 21); row("SegNo2", r.SegNo[1], 22);
+    row("PTRpt1", r.PTRpt[0], 31); row("PTRptSet1", r.PTRptSet[0], 32); row("PTRpt2", r.PTRpt[1], 41);
+    row("PTRptSet2", r.PTRptSet[1], 42); row("SegRpt1", r.SegRpt[0], 51); row("SegRptSet1", r.SegRptSet[0], 52);
+    row("SegRpt2", r.SegRpt[1], 61); row("SegRptSet2", r.SegRptSet[1], 62); row("SegTime1", r.SegTime[0], 3630);
+    row("SegTimeSet1", r.SegTimeSet[0], 7245); row("SegTime2", r.SegTime[1], 10807);
+    row("SegTimeSet2", r.SegTimeSet[1], 14400); row("LinkedRun", r.LinkedRun, 0);
+    row("FixMode1", r.FixMode[0], 1); row("FixMode2", r.FixMode[1], 0); row("EndShown1", r.EndShown[0], 1);
+    row("EndShown2", r.EndShown[1], 0); row("FixTime1", r.FixTime[0], 5 * 3600 + 10);
+    row("FixTime2", r.FixTime[1], 6 * 3600 + 20); row("TempDev1: past the block", r.TempDev[0], 0);
+    row("TempDev2", r.TempDev[1], 0);
 }
 
 TEST_F(PollBlock, DecimalPlacesDivideAndRound) {

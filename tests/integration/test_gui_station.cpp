@@ -92,15 +92,3 @@ TEST_F(GuiStation, RunKeyOnThePageStartsTheChamber) {
     EXPECT_TRUE(window->frame().readComm().isActive());  // the key command started the poll again
     Shot(*window, "main-frame-page.png");
 }
-
-TEST_F(GuiStation, LostChamberIsPaintedRed) {
-    Open({{1, "QEL2000"}, {2, "QEL2000"}});
-    ASSERT_FALSE(line.command("stop 2").isNull());
-    ASSERT_TRUE(Until([] { return qel::CommError[1] == -1; }, 20000));
-    window->frame().tickDone();
-    auto* table = window->findChild<QTableWidget*>();
-    ASSERT_NE(table, nullptr);
-    EXPECT_EQ(table->item(1, 4)->text(), "-.-");
-    EXPECT_EQ(table->item(1, 4)->background().color(), QColor(Qt::red));
-    EXPECT_EQ(qel::CommError[0], 0);
-}

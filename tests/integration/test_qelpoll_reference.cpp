@@ -54,51 +54,35 @@ void ExpectServedValues(const QJsonObject& o) {
     EXPECT_EQ(o["EndDate"].toArray()[1].toString(), "1970-01-01 00:00:00");
 }
 
-class AgainstPymodbus : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (!PymodbusAvailable()) GTEST_SKIP() << "python3-pymodbus with serial-asyncio is not installed";
-    }
-    qeltest::RunResult Poll(const QStringList& link) {
-        QStringList args = link;
-        args << "--address" << "1" << "--model" << "QEL2000" << "--dp" << "1" << "--pcspeed" << "150"
-             << "--count" << "3" << "--json" << "--app-dir" << logs.path();
-        return qeltest::Run(QStringLiteral(QELPOLL_PATH), args);
-    }
-    QTemporaryDir logs;
-    ChildProcess peer;
-};
+class AgainstPymodbus : public ::testing::TestWithParam<const char*> {};
 
 }  // namespace
 
-TEST_F(AgainstPymodbus, ModbusTcp) {
-    const quint16 port = qeltest::FreePort();
-    ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, "--tcp", QStringLiteral("127.0.0.1:%1").arg(port)} + kRegisters));
+TEST_P(AgainstPymodbus, ReadsWhatTheReferenceSlaveHolds) {
+    if (!PymodbusAvailable()) GTEST_SKIP() << "python3-pymodbus with serial-asyncio is not installed";
+    const QString protocol = GetParam();
+    ChildProcess peer;
+    QStringList link = {"--protocol", protocol};
+    if (protocol == "ETH") {
+        const quint16 port = qeltest::FreePort();
+        ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, "--tcp", QStringLiteral("127.0.0.1:%1").arg(port)} + kRegisters));
+        link << "--ip" << "127.0.0.1" << "--remote-port" << QString::number(port);
+    } else {
+        ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, protocol == "RTU" ? "--rtu" : "--ascii"} + kRegisters));
+        const QString pty = peer.waitForLine("pty");
+        ASSERT_FALSE(pty.isEmpty()) << peer.stderrText().toStdString();
+        link << "--device" << pty;
+    }
     ASSERT_FALSE(peer.waitForLine("ready").isNull()) << peer.stderrText().toStdString();
-    const auto r = Poll({"--protocol", "ETH", "--ip", "127.0.0.1", "--remote-port", QString::number(port)});
+    QTemporaryDir logs;
+    const auto r = qeltest::Run(QStringLiteral(QELPOLL_PATH),
+                                link + QStringList{"--address", "1", "--model", "QEL2000", "--dp", "1", "--pcspeed", "150",
+                                                   "--count", "3", "--json", "--app-dir", logs.path()});
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
     ExpectServedValues(LastJson(r.out));
 }
 
-TEST_F(AgainstPymodbus, RtuOnAPseudoTerminal) {
-    ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, "--rtu"} + kRegisters));
-    const QString pty = peer.waitForLine("pty");
-    ASSERT_FALSE(pty.isEmpty()) << peer.stderrText().toStdString();
-    ASSERT_FALSE(peer.waitForLine("ready").isNull());
-    const auto r = Poll({"--protocol", "RTU", "--device", pty});
-    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
-    ExpectServedValues(LastJson(r.out));
-}
-
-TEST_F(AgainstPymodbus, AsciiOnAPseudoTerminal) {
-    ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, "--ascii"} + kRegisters));
-    const QString pty = peer.waitForLine("pty");
-    ASSERT_FALSE(pty.isEmpty()) << peer.stderrText().toStdString();
-    ASSERT_FALSE(peer.waitForLine("ready").isNull());
-    const auto r = Poll({"--protocol", "ASC", "--device", pty});
-    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
-    ExpectServedValues(LastJson(r.out));
-}
+INSTANTIATE_TEST_SUITE_P(Protocols, AgainstPymodbus, ::testing::Values("ETH", "RTU", "ASC"));
 
 TEST(QelPoll, MissingSerialDeviceFailsWithALogLine) {
     QTemporaryDir logs;

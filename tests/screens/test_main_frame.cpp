@@ -105,15 +105,6 @@ TEST_F(Frame, NoChamberOpensTheSetUpBeforeAnythingPolls) {
     EXPECT_FALSE(pollingWhenAsked);
 }
 
-TEST_F(Frame, ThirtyOneChambersFallBackToScreenOne) {
-    SetChambers(31);
-    MainFrame frame(op, host);
-    frame.load();
-    EXPECT_EQ(MaxChamberNo, 31);
-    EXPECT_EQ(ScreenNo, 1);
-    EXPECT_EQ(host.calls, QStringList({"overview 1"}));
-}
-
 TEST_F(Frame, CancelAtExitKeepsRunningAndTheLogLine) {
     SetChambers(2);
     MainFrame frame(op, host);
