@@ -43,7 +43,8 @@ public:
     bool openModal(FrameForm form) override {
         if (form == FrameForm::CommSet) {
             needsSetUp = true;
-            Err(QStringLiteral("no chambers are set up (MAX_CHAMBER_NO is 0 in SetUserTag.ini); "
+            Err(
+                QStringLiteral("no chambers are set up (MAX_CHAMBER_NO is 0 in SetUserTag.ini); "
                                "run the station with a display to set up the line"));
         }
         return false;
@@ -74,7 +75,10 @@ void PrintTable(int tick) {
                            .arg(ChamberModel[c], -7)
                            .arg(StateText(c), -4);
         for (int k = 0; k < std::max<int>(1, r.ChannelCount); ++k)
-            line += QStringLiteral("  CH%1 PV %2 SP %3").arg(k + 1).arg(r.PV[k], 7, 'f', r.DP[k].size()).arg(r.SP[k], 7, 'f', r.DP[k].size());
+            line += QStringLiteral("  CH%1 PV %2 SP %3")
+                        .arg(k + 1)
+                        .arg(r.PV[k], 7, 'f', r.DP[k].size())
+                        .arg(r.SP[k], 7, 'f', r.DP[k].size());
         line += QStringLiteral("  fail %1").arg(FailCount[c]);
         std::printf("%s\n", line.toLocal8Bit().constData());
     }
@@ -104,7 +108,9 @@ int RunHeadless(const HeadlessOptions& options) {
         ++ticks;
         if (options.json) {
             for (int c = 1; c <= std::min<int>(MaxChamberNo, kMaxChambers); ++c)
-                std::printf("%s\n", QJsonDocument(ChamberRecJson(static_cast<int16_t>(c))).toJson(QJsonDocument::Compact).constData());
+                std::printf(
+                    "%s\n",
+                    QJsonDocument(ChamberRecJson(static_cast<int16_t>(c))).toJson(QJsonDocument::Compact).constData());
             std::fflush(stdout);
         } else if (CurrentClock().elapsedMs() - lastTable >= 1000) {
             lastTable = CurrentClock().elapsedMs();

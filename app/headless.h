@@ -7,8 +7,8 @@
 namespace qel {
 
 struct HeadlessOptions {
-    int cycles = 0;      // stop after this many ticks; 0 runs until a signal
-    bool json = false;   // one JSON object per chamber per tick
+    int cycles = 0;     // stop after this many ticks; 0 runs until a signal
+    bool json = false;  // one JSON object per chamber per tick
 };
 
 // Runs with AppPath set; returns the process exit code.

@@ -60,21 +60,38 @@ int main(int argc, char** argv) {
         "Key:    qelpoll --protocol RTU --device /dev/ttyUSB0 --address 1 --key run --channel 1 --count 3\n"
         "TCP:    qelpoll --protocol ETH --ip 192.0.2.10 --remote-port 502 --address 1 --model QEL2100 --json"));
     p.addHelpOption();
-    p.addOption({QStringLiteral("protocol"), QStringLiteral("RTU, ASC (Modbus ASCII) or ETH (Modbus/TCP)."), QStringLiteral("name"), QStringLiteral("RTU")});
-    p.addOption({QStringLiteral("device"), QStringLiteral("Serial device for RTU and ASC, e.g. /dev/ttyUSB0."), QStringLiteral("path")});
-    p.addOption({QStringLiteral("baud"), QStringLiteral("Baud rate of the serial line (9600, 19200, 38400)."), QStringLiteral("n"), QStringLiteral("9600")});
-    p.addOption({QStringLiteral("parity"), QStringLiteral("Parity of the serial line: None, Even or Odd."), QStringLiteral("p"), QStringLiteral("None")});
+    p.addOption({QStringLiteral("protocol"), QStringLiteral("RTU, ASC (Modbus ASCII) or ETH (Modbus/TCP)."),
+                 QStringLiteral("name"), QStringLiteral("RTU")});
+    p.addOption({QStringLiteral("device"), QStringLiteral("Serial device for RTU and ASC, e.g. /dev/ttyUSB0."),
+                 QStringLiteral("path")});
+    p.addOption({QStringLiteral("baud"), QStringLiteral("Baud rate of the serial line (9600, 19200, 38400)."),
+                 QStringLiteral("n"), QStringLiteral("9600")});
+    p.addOption({QStringLiteral("parity"), QStringLiteral("Parity of the serial line: None, Even or Odd."),
+                 QStringLiteral("p"), QStringLiteral("None")});
     p.addOption({QStringLiteral("ip"), QStringLiteral("Controller address for ETH."), QStringLiteral("address")});
-    p.addOption({QStringLiteral("remote-port"), QStringLiteral("TCP port for ETH."), QStringLiteral("port"), QStringLiteral("502")});
-    p.addOption({QStringLiteral("address"), QStringLiteral("Modbus slave address of the controller."), QStringLiteral("n"), QStringLiteral("1")});
-    p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel) or QEL2100 (two channels)."), QStringLiteral("model"), QStringLiteral("QEL2000")});
-    p.addOption({QStringLiteral("dp"), QStringLiteral("Decimal places of each channel (0, 1 or 2), comma separated, e.g. 1,1."), QStringLiteral("d1,d2"), QStringLiteral("1,1")});
-    p.addOption({QStringLiteral("pcspeed"), QStringLiteral("Reply time budget in milliseconds."), QStringLiteral("ms"), QStringLiteral("300")});
-    p.addOption({QStringLiteral("count"), QStringLiteral("Number of polls; 0 polls until interrupted."), QStringLiteral("n"), QStringLiteral("1")});
-    p.addOption({QStringLiteral("json"), QStringLiteral("Print one JSON object per poll: every record field, CommError, FailCount.")});
-    p.addOption({QStringLiteral("key"), QStringLiteral("Send an operator key before polling: run, stop, hold, step or user."), QStringLiteral("key")});
-    p.addOption({QStringLiteral("channel"), QStringLiteral("Channel the key goes to (1 to 3)."), QStringLiteral("k"), QStringLiteral("1")});
-    p.addOption({QStringLiteral("app-dir"), QStringLiteral("Folder whose Error/ subfolder takes the error log (default: a per-user data folder)."), QStringLiteral("dir")});
+    p.addOption({QStringLiteral("remote-port"), QStringLiteral("TCP port for ETH."), QStringLiteral("port"),
+                 QStringLiteral("502")});
+    p.addOption({QStringLiteral("address"), QStringLiteral("Modbus slave address of the controller."),
+                 QStringLiteral("n"), QStringLiteral("1")});
+    p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel) or QEL2100 (two channels)."),
+                 QStringLiteral("model"), QStringLiteral("QEL2000")});
+    p.addOption({QStringLiteral("dp"),
+                 QStringLiteral("Decimal places of each channel (0, 1 or 2), comma separated, e.g. 1,1."),
+                 QStringLiteral("d1,d2"), QStringLiteral("1,1")});
+    p.addOption({QStringLiteral("pcspeed"), QStringLiteral("Reply time budget in milliseconds."), QStringLiteral("ms"),
+                 QStringLiteral("300")});
+    p.addOption({QStringLiteral("count"), QStringLiteral("Number of polls; 0 polls until interrupted."),
+                 QStringLiteral("n"), QStringLiteral("1")});
+    p.addOption({QStringLiteral("json"),
+                 QStringLiteral("Print one JSON object per poll: every record field, CommError, FailCount.")});
+    p.addOption({QStringLiteral("key"),
+                 QStringLiteral("Send an operator key before polling: run, stop, hold, step or user."),
+                 QStringLiteral("key")});
+    p.addOption({QStringLiteral("channel"), QStringLiteral("Channel the key goes to (1 to 3)."), QStringLiteral("k"),
+                 QStringLiteral("1")});
+    p.addOption({QStringLiteral("app-dir"),
+                 QStringLiteral("Folder whose Error/ subfolder takes the error log (default: a per-user data folder)."),
+                 QStringLiteral("dir")});
     p.process(app);
 
     ResetAllState();
@@ -82,7 +99,8 @@ int main(int argc, char** argv) {
     FillBitTables();
 
     Protocol = p.value(QStringLiteral("protocol")).toUpper();
-    if (Protocol != u"RTU" && Protocol != u"ASC" && Protocol != u"ETH") Fail(QStringLiteral("unknown protocol ") + Protocol);
+    if (Protocol != u"RTU" && Protocol != u"ASC" && Protocol != u"ETH")
+        Fail(QStringLiteral("unknown protocol ") + Protocol);
     const QString model = p.value(QStringLiteral("model")).toUpper();
     if (model != u"QEL2000" && model != u"QEL2100") Fail(QStringLiteral("unknown model ") + model);
     const int channel = p.value(QStringLiteral("channel")).toInt();
@@ -103,7 +121,8 @@ int main(int argc, char** argv) {
     }
     BaudRate = p.value(QStringLiteral("baud"));
     Parity = p.value(QStringLiteral("parity"));
-    if (Parity != u"None" && Parity != u"Even" && Parity != u"Odd") Fail(QStringLiteral("parity must be None, Even or Odd"));
+    if (Parity != u"None" && Parity != u"Even" && Parity != u"Odd")
+        Fail(QStringLiteral("parity must be None, Even or Odd"));
     RemotePort = static_cast<int16_t>(p.value(QStringLiteral("remote-port")).toInt());
     PCSpeed = static_cast<int16_t>(std::clamp(p.value(QStringLiteral("pcspeed")).toInt(), 1, 30000));
 
@@ -127,12 +146,18 @@ int main(int argc, char** argv) {
     if (p.isSet(QStringLiteral("key"))) {
         const QString key = p.value(QStringLiteral("key")).toLower();
         StatusPanel3 = p.value(QStringLiteral("channel"));  // the key routines take the channel from here
-        if (key == u"run") SetStartPT(1);
-        else if (key == u"stop") SetStopMode(1);
-        else if (key == u"hold") SetHoldMode(1, 1);
-        else if (key == u"step") SetAdvMode(1);
-        else if (key == u"user") SetUserKey(1);
-        else Fail(QStringLiteral("--key takes run, stop, hold, step or user"));
+        if (key == u"run")
+            SetStartPT(1);
+        else if (key == u"stop")
+            SetStopMode(1);
+        else if (key == u"hold")
+            SetHoldMode(1, 1);
+        else if (key == u"step")
+            SetAdvMode(1);
+        else if (key == u"user")
+            SetUserKey(1);
+        else
+            Fail(QStringLiteral("--key takes run, stop, hold, step or user"));
     }
 
     const int count = p.value(QStringLiteral("count")).toInt();

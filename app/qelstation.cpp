@@ -27,10 +27,10 @@ struct Options {
 
 Options Parse(const QStringList& arguments) {
     QCommandLineParser p;
-    p.setApplicationDescription(QStringLiteral(
-        "Monitoring and control station for QEL climate chamber controllers.\n"
-        "Polls every chamber of the line set up in the application folder, records runs and events,\n"
-        "and sends the operator's keys."));
+    p.setApplicationDescription(
+        QStringLiteral("Monitoring and control station for QEL climate chamber controllers.\n"
+                       "Polls every chamber of the line set up in the application folder, records runs and events,\n"
+                       "and sends the operator's keys."));
     p.addHelpOption();
     p.addVersionOption();
     p.addOption({QStringLiteral("app-dir"),
@@ -38,8 +38,11 @@ Options Parse(const QStringList& arguments) {
                                 "folder when it holds SetComm.ini, else a per-user data folder filled with the "
                                 "shipped defaults at first start."),
                  QStringLiteral("dir")});
-    p.addOption({QStringLiteral("headless"), QStringLiteral("Run without a window (also chosen when there is no display).")});
-    p.addOption({QStringLiteral("cycles"), QStringLiteral("Headless: stop after N poll ticks (default: run until SIGINT/SIGTERM)."), QStringLiteral("n")});
+    p.addOption(
+        {QStringLiteral("headless"), QStringLiteral("Run without a window (also chosen when there is no display).")});
+    p.addOption({QStringLiteral("cycles"),
+                 QStringLiteral("Headless: stop after N poll ticks (default: run until SIGINT/SIGTERM)."),
+                 QStringLiteral("n")});
     p.addOption({QStringLiteral("json"), QStringLiteral("Headless: print one JSON object per chamber per tick.")});
     p.process(arguments);
     Options o;
@@ -116,7 +119,8 @@ int main(int argc, char** argv) {
         }
         InstanceLock lock(AppPath);
         if (!lock.acquired()) {
-            std::fprintf(stderr, "qelstation: Error: the station is already running on %s\n", AppPath.toLocal8Bit().constData());
+            std::fprintf(stderr, "qelstation: Error: the station is already running on %s\n",
+                         AppPath.toLocal8Bit().constData());
             return 1;
         }
         return RunHeadless(o.run);

@@ -9,9 +9,9 @@
 #include "state.h"
 #include "vbtext.h"
 
+#include <benchmark/benchmark.h>
 #include <QCoreApplication>
 #include <QTemporaryDir>
-#include <benchmark/benchmark.h>
 
 using namespace qel;
 

@@ -55,11 +55,13 @@ QByteArray Spoil(const QByteArray& frame, FaultMode mode, Framing framing, uint6
                 out[5] = static_cast<char>(out[5] + 1);
             }
             return out;
-        case FaultMode::Short: return out.left(out.size() / 2);
+        case FaultMode::Short:
+            return out.left(out.size() / 2);
         case FaultMode::Garbage:
             for (char& c : out) c = static_cast<char>(NextByte(rng));
             return out;
-        default: return out;
+        default:
+            return out;
     }
 }
 

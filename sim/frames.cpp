@@ -22,11 +22,13 @@ int RtuRequestLength(const QByteArray& buf) {
     if (buf.size() < 2) return 0;
     switch (static_cast<uint8_t>(buf[1])) {
         case 0x03:
-        case 0x06: return 8;
+        case 0x06:
+            return 8;
         case 0x10:
             if (buf.size() < 7) return 0;
             return 9 + static_cast<uint8_t>(buf[6]);
-        default: return -1;
+        default:
+            return -1;
     }
 }
 

@@ -54,10 +54,14 @@ void Chamber::step(const QDateTime& now) {
 QByteArray Chamber::handlePdu(const QByteArray& pdu) {
     if (pdu.isEmpty()) return {};
     switch (static_cast<uint8_t>(pdu[0])) {
-        case 0x03: return readHolding(pdu);
-        case 0x06: return writeSingle(pdu);
-        case 0x10: return writeMultiple(pdu);
-        default: return ExceptionPdu(static_cast<uint8_t>(pdu[0]), IllegalFunction);
+        case 0x03:
+            return readHolding(pdu);
+        case 0x06:
+            return writeSingle(pdu);
+        case 0x10:
+            return writeMultiple(pdu);
+        default:
+            return ExceptionPdu(static_cast<uint8_t>(pdu[0]), IllegalFunction);
     }
 }
 

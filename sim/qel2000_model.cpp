@@ -106,12 +106,23 @@ void Qel2000Model::pressKey(int channel, int key) {
     const int i = channel - 1;
     Channel& c = ch_[i];
     switch (key) {
-        case 1: c.run(settings(i)); break;
-        case 2: c.toggleHold(); break;
-        case 3: c.nextSegment(); break;
-        case 4: c.stop(); break;
-        case 5: put(Regs[i].userKey, reg(Regs[i].userKey) ? 0 : 1); break;
-        default: break;  // the controller ignores other values
+        case 1:
+            c.run(settings(i));
+            break;
+        case 2:
+            c.toggleHold();
+            break;
+        case 3:
+            c.nextSegment();
+            break;
+        case 4:
+            c.stop();
+            break;
+        case 5:
+            put(Regs[i].userKey, reg(Regs[i].userKey) ? 0 : 1);
+            break;
+        default:
+            break;  // the controller ignores other values
     }
     refresh();
 }

@@ -49,10 +49,10 @@ void RemoveLink() {
 int16_t OpenLink() {
     try {
         if (Protocol == u"RTU" || Protocol == u"ASC") {
-            const QString letter = Parity == u"None" ? QStringLiteral("n")
+            const QString letter = Parity == u"None"   ? QStringLiteral("n")
                                    : Parity == u"Even" ? QStringLiteral("e")
-                                   : Parity == u"Odd" ? QStringLiteral("o")
-                                                      : QString();
+                                   : Parity == u"Odd"  ? QStringLiteral("o")
+                                                       : QString();
             if (!MSComm1) throw RuntimeError(err::DeviceUnavailable);
             if (MSComm1->portOpen()) return 0;
             MSComm1->setCommPort(PortNumber);

@@ -30,7 +30,8 @@ uint16_t Crc16(const QByteArray& bytes) {
     uint16_t crc = 0xFFFF;
     for (char b : bytes) {
         crc ^= static_cast<uint8_t>(b);
-        for (int k = 0; k < 8; ++k) crc = (crc & 1) ? static_cast<uint16_t>((crc >> 1) ^ 0xA001) : static_cast<uint16_t>(crc >> 1);
+        for (int k = 0; k < 8; ++k)
+            crc = (crc & 1) ? static_cast<uint16_t>((crc >> 1) ^ 0xA001) : static_cast<uint16_t>(crc >> 1);
     }
     return crc;
 }
@@ -58,7 +59,8 @@ void CountSuccess(int16_t chamber) {
 void Trace(const QDateTime& start, int16_t chamber, const QString& body, const QString& reply) {
     if (CommDataSave != 1) return;
     WriteErrorLog(Format(start.time().msec(), QStringLiteral("000")) + QStringLiteral(" ADR:") +
-                  ChamberAddress[ChamberIndex(chamber)] + QStringLiteral(" 송:") + body + QStringLiteral(" 수:") + reply);
+                  ChamberAddress[ChamberIndex(chamber)] + QStringLiteral(" 송:") + body + QStringLiteral(" 수:") +
+                  reply);
 }
 
 // Steps common to both serial protocols before the send: returns false when

@@ -49,7 +49,6 @@ QByteArray TcpFrame(const QString& addressDigits, const QString& body);
 // fourth; a write never touches them. The result is "" after a failed RTU
 // read and after any write; a bad ASC reply is still returned, so callers
 // test FailCount. A run-time failure inside marks the chamber lost and logs.
-QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, int16_t addrNo,
-                       const QString& body);
+QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, int16_t addrNo, const QString& body);
 
 }  // namespace qel

@@ -9,15 +9,24 @@ namespace {
 // Socket errors in the numbering the station has always logged.
 int WinsockErrorNumber(QAbstractSocket::SocketError e) {
     switch (e) {
-    case QAbstractSocket::ConnectionRefusedError: return sck::ConnectionRefused;
-    case QAbstractSocket::RemoteHostClosedError: return 10053;
-    case QAbstractSocket::HostNotFoundError: return 11001;
-    case QAbstractSocket::SocketTimeoutError: return 10060;
-    case QAbstractSocket::NetworkError: return 10065;
-    case QAbstractSocket::SocketAccessError: return 10013;
-    case QAbstractSocket::SocketResourceError: return 10055;
-    case QAbstractSocket::AddressInUseError: return 10048;
-    default: return 10000 + static_cast<int>(e);
+        case QAbstractSocket::ConnectionRefusedError:
+            return sck::ConnectionRefused;
+        case QAbstractSocket::RemoteHostClosedError:
+            return 10053;
+        case QAbstractSocket::HostNotFoundError:
+            return 11001;
+        case QAbstractSocket::SocketTimeoutError:
+            return 10060;
+        case QAbstractSocket::NetworkError:
+            return 10065;
+        case QAbstractSocket::SocketAccessError:
+            return 10013;
+        case QAbstractSocket::SocketResourceError:
+            return 10055;
+        case QAbstractSocket::AddressInUseError:
+            return 10048;
+        default:
+            return 10000 + static_cast<int>(e);
     }
 }
 
@@ -38,11 +47,16 @@ public:
 
     int state() const override {
         switch (socket_.state()) {
-        case QAbstractSocket::HostLookupState: return sck::ResolvingHost;
-        case QAbstractSocket::ConnectingState: return sck::Connecting;
-        case QAbstractSocket::ConnectedState: return sck::Connected;
-        case QAbstractSocket::ClosingState: return sck::Closing;
-        default: return errored_ ? sck::Error : sck::Closed;
+            case QAbstractSocket::HostLookupState:
+                return sck::ResolvingHost;
+            case QAbstractSocket::ConnectingState:
+                return sck::Connecting;
+            case QAbstractSocket::ConnectedState:
+                return sck::Connected;
+            case QAbstractSocket::ClosingState:
+                return sck::Closing;
+            default:
+                return errored_ ? sck::Error : sck::Closed;
         }
     }
 

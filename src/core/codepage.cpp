@@ -1,7 +1,7 @@
 #include "codepage.h"
 
-#include <cerrno>
 #include <iconv.h>
+#include <cerrno>
 
 namespace qel {
 
@@ -66,8 +66,8 @@ QByteArray ToCodePage(const QString& text) {
 }
 
 QString FromCodePage(const QByteArray& bytes) {
-    return QString::fromUtf8(Convert(FromCp949(), bytes, QByteArrayLiteral("\xEF\xBF\xBD"),
-                                     [](unsigned char) { return 1; }));
+    return QString::fromUtf8(
+        Convert(FromCp949(), bytes, QByteArrayLiteral("\xEF\xBF\xBD"), [](unsigned char) { return 1; }));
 }
 
 }  // namespace qel

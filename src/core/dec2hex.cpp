@@ -24,10 +24,14 @@ QString Scaled(float value, int scale, int16_t chamber, int channel) {
         const ChamberRec& rec = Chamber[ChamberIndex(chamber)];
         if (scale != -1) return Hex16(value);
         switch (rec.DP[ChannelIndex(channel)].size()) {
-        case 0: return Hex16(value);
-        case 1: return Hex16(static_cast<double>(value) * 10.0);
-        case 2: return Hex16(static_cast<double>(value) * 100.0);
-        default: return QString();
+            case 0:
+                return Hex16(value);
+            case 1:
+                return Hex16(static_cast<double>(value) * 10.0);
+            case 2:
+                return Hex16(static_cast<double>(value) * 100.0);
+            default:
+                return QString();
         }
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), QStringLiteral("modSubFunc.Dec2Hex"));

@@ -13,10 +13,12 @@ template <typename T, size_t N>
 QJsonArray Arr(const std::array<T, N>& a) {
     QJsonArray out;
     for (const T& v : a) {
-        if constexpr (std::is_same_v<T, QString>) out.append(v);
+        if constexpr (std::is_same_v<T, QString>)
+            out.append(v);
         else if constexpr (std::is_same_v<T, QDateTime>)
             out.append(v.isValid() ? QJsonValue(FormatDate(v, QStringLiteral("yyyy-mm-dd hh:mm:ss"))) : QJsonValue(0));
-        else out.append(static_cast<double>(v));
+        else
+            out.append(static_cast<double>(v));
     }
     return out;
 }

@@ -28,8 +28,7 @@ class RuntimeError : public std::runtime_error {
 public:
     explicit RuntimeError(const QString& description)
         : std::runtime_error(description.toStdString()), description_(description) {}
-    explicit RuntimeError(const char* description)
-        : RuntimeError(QString::fromUtf8(description)) {}
+    explicit RuntimeError(const char* description) : RuntimeError(QString::fromUtf8(description)) {}
     const QString& description() const { return description_; }
 
 private:

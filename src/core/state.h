@@ -21,19 +21,19 @@ struct ChamberRec {
     std::array<double, 3> SP{};
     std::array<double, 3> TSP{};
     std::array<double, 3> MV{};
-    std::array<QString, 3> DP{};           // "", "0" or "00": decimal places
+    std::array<QString, 3> DP{};  // "", "0" or "00": decimal places
     std::array<int16_t, 3> Status{};
     std::array<int16_t, 3> PTNo{};
-    std::array<int16_t, 4> SegNo{};        // fourth word spare
-    std::array<int32_t, 6> RunTime{};      // elements 1 and 2 in use
+    std::array<int16_t, 4> SegNo{};    // fourth word spare
+    std::array<int32_t, 6> RunTime{};  // elements 1 and 2 in use
     std::array<int32_t, 3> SegTime{};
     std::array<int32_t, 3> SegTimeSet{};
     std::array<int16_t, 3> PTRptSet{};
     std::array<int16_t, 3> PTRpt{};
     std::array<int16_t, 3> SegRptSet{};
     std::array<int16_t, 3> SegRpt{};
-    std::array<int16_t, 4> PIDNo{};        // fourth word spare
-    std::array<QDateTime, 3> EndDate{};    // 1970-01-01 means none; null before the first read
+    std::array<int16_t, 4> PIDNo{};      // fourth word spare
+    std::array<QDateTime, 3> EndDate{};  // 1970-01-01 means none; null before the first read
     std::array<int16_t, 3> FixMode{};
     std::array<int16_t, 3> EndShown{};
     std::array<double, 3> TempDev{};
@@ -75,8 +75,8 @@ struct LogRec {
     std::array<double, 3> SampleMV{};
     double SampleHC = 0;
     std::array<QString, 3> FileName{};
-    std::array<QString, 3> LastSave{};     // "0" at start, then "yyyy-mm-dd hh:mm:ss"
-    QString GraphTime;                     // time of the last trend sample, same form
+    std::array<QString, 3> LastSave{};  // "0" at start, then "yyyy-mm-dd hh:mm:ss"
+    QString GraphTime;                  // time of the last trend sample, same form
     bool Running = false;
     std::array<int16_t, 3> SnapStatus{};
     std::array<int16_t, 3> SnapInner{};
@@ -107,11 +107,11 @@ extern std::array<int16_t, kMaxChambers> CommError;  // 0 healthy, -1 lost
 extern std::array<int16_t, kMaxChambers> FailCount;
 
 // --- shared settings -------------------------------------------------------
-extern QString AppPath;       // always ends in the path separator
-extern QString Protocol;      // "RTU", "ASC" or "ETH"
+extern QString AppPath;   // always ends in the path separator
+extern QString Protocol;  // "RTU", "ASC" or "ETH"
 extern int16_t PortNumber;
 extern QString BaudRate;
-extern QString Parity;        // "None", "Even", "Odd"
+extern QString Parity;  // "None", "Even", "Odd"
 extern QString StopBit;
 extern QString DataLen;
 extern int16_t RemotePort;
@@ -125,7 +125,7 @@ extern int16_t ScreenNo;
 extern int16_t HoldLatch;
 extern int16_t WaitLatch;
 extern int16_t ThirdLatch;
-extern std::array<std::array<int16_t, kMaxChambers>, 5> RunLatch;   // [channel][chamber]
+extern std::array<std::array<int16_t, kMaxChambers>, 5> RunLatch;  // [channel][chamber]
 extern std::array<std::array<int16_t, kMaxChambers>, 5> StopLatch;
 
 // The three status-bar panels of the main frame carry state, not only text:

@@ -17,9 +17,9 @@ double Val(const QString& text) {
         quint64 v = 0;
         int digits = 0;
         for (int i = 2; i < s.size(); ++i) {
-            int d = QChar(s[i]).isDigit() ? s[i].unicode() - '0'
+            int d = QChar(s[i]).isDigit()                                ? s[i].unicode() - '0'
                     : (s[i].toUpper() >= u'A' && s[i].toUpper() <= u'F') ? s[i].toUpper().unicode() - 'A' + 10
-                                                                        : -1;
+                                                                         : -1;
             if (d < 0) break;
             v = (v << 4) | static_cast<quint64>(d);
             if (++digits >= 16) break;
@@ -36,11 +36,17 @@ double Val(const QString& text) {
     const int n = s.size();
     if (i < n && (s[i] == u'+' || s[i] == u'-')) num += static_cast<char>(s[i++].unicode());
     bool any = false;
-    while (i < n && s[i].isDigit() && s[i].unicode() < 128) { num += static_cast<char>(s[i++].unicode()); any = true; }
+    while (i < n && s[i].isDigit() && s[i].unicode() < 128) {
+        num += static_cast<char>(s[i++].unicode());
+        any = true;
+    }
     if (i < n && s[i] == u'.') {
         num += '.';
         ++i;
-        while (i < n && s[i].isDigit() && s[i].unicode() < 128) { num += static_cast<char>(s[i++].unicode()); any = true; }
+        while (i < n && s[i].isDigit() && s[i].unicode() < 128) {
+            num += static_cast<char>(s[i++].unicode());
+            any = true;
+        }
     }
     if (!any) return 0;
     if (i < n && (s[i] == u'E' || s[i] == u'e' || s[i] == u'D' || s[i] == u'd')) {
@@ -48,7 +54,10 @@ double Val(const QString& text) {
         std::string exp = "e";
         if (j < n && (s[j] == u'+' || s[j] == u'-')) exp += static_cast<char>(s[j++].unicode());
         bool expDigits = false;
-        while (j < n && s[j].isDigit() && s[j].unicode() < 128) { exp += static_cast<char>(s[j++].unicode()); expDigits = true; }
+        while (j < n && s[j].isDigit() && s[j].unicode() < 128) {
+            exp += static_cast<char>(s[j++].unicode());
+            expDigits = true;
+        }
         if (expDigits) num += exp;
     }
     return std::strtod(num.c_str(), nullptr);
@@ -69,7 +78,7 @@ std::string RoundedDigits(double value, int places, int& intDigits) {
     // mant holds 15 digits, the first being units of 10^exp10.
     // Position in mant of the last kept digit: units at index exp10.
     int keep = exp10 + 1 + places;  // number of mantissa digits kept
-    if (keep < 0) {  // every kept place is zero
+    if (keep < 0) {                 // every kept place is zero
         intDigits = 1;
         return std::string(static_cast<size_t>(1 + places), '0');
     }
@@ -79,8 +88,12 @@ std::string RoundedDigits(double value, int places, int& intDigits) {
     if (roundUp) {
         int k = static_cast<int>(digits.size()) - 1;
         while (k >= 0 && digits[static_cast<size_t>(k)] == '9') digits[static_cast<size_t>(k--)] = '0';
-        if (k >= 0) ++digits[static_cast<size_t>(k)];
-        else { digits.insert(digits.begin(), '1'); ++exp10; }
+        if (k >= 0)
+            ++digits[static_cast<size_t>(k)];
+        else {
+            digits.insert(digits.begin(), '1');
+            ++exp10;
+        }
     }
     intDigits = static_cast<int>(digits.size()) - places;
     if (intDigits <= 0) {
@@ -98,8 +111,11 @@ QString Format(double value, const QString& picture) {
     const QString decPic = point < 0 ? QString() : picture.mid(point + 1);
     int places = 0, requiredPlaces = 0, minInt = 0;
     for (QChar c : decPic) {
-        if (c == u'0') { ++places; requiredPlaces = places; }
-        else if (c == u'#') ++places;
+        if (c == u'0') {
+            ++places;
+            requiredPlaces = places;
+        } else if (c == u'#')
+            ++places;
     }
     for (QChar c : intPic)
         if (c == u'0') ++minInt;
@@ -167,8 +183,10 @@ QString FormatDate(const QDateTime& when, const QString& picture) {
 
 QDateTime DateSerial(int year, int month, int day) {
     // Two-digit years are read as 1930 to 2029, as the date functions always did.
-    if (year >= 0 && year < 30) year += 2000;
-    else if (year >= 30 && year < 100) year += 1900;
+    if (year >= 0 && year < 30)
+        year += 2000;
+    else if (year >= 30 && year < 100)
+        year += 1900;
     // Months roll into years, then days into months.
     int m0 = month - 1;
     int y = year + (m0 >= 0 ? m0 / 12 : -((11 - m0) / 12));

@@ -4,10 +4,10 @@
 #include "errorlog.h"
 #include "link.h"
 #include "modbus.h"
-#include "station_hooks.h"
 #include "reply_text.h"
 #include "runtime_error.h"
 #include "state.h"
+#include "station_hooks.h"
 #include "vbtext.h"
 
 namespace qel {
@@ -103,9 +103,8 @@ void DecodeBlock2(int16_t chamber, const QString& r) {
         const QDateTime day = DateSerial(reg(0), reg(1), reg(2));
         if (!day.isValid()) throw RuntimeError(err::InvalidArgument);
         rec.EndDate[k] = day.addSecs(int64_t{reg(3)} * 3600 + int64_t{reg(4)} * 60);
-        const QString caption = rec.EndDate[k] != UnsetDate()
-                                    ? FormatDate(rec.EndDate[k], QStringLiteral("yyyy/mm/dd hh:mm"))
-                                    : QString();
+        const QString caption =
+            rec.EndDate[k] != UnsetDate() ? FormatDate(rec.EndDate[k], QStringLiteral("yyyy/mm/dd hh:mm")) : QString();
         if (Hooks.endTimeCaption) Hooks.endTimeCaption(chamber, k + 1, caption);
     }
 }
@@ -139,7 +138,8 @@ void ReadCommBlock(int16_t chamber) {
         ChamberRec& rec = Chamber[i];
         if ((rec.Status[0] & 3) || (rec.Status[1] & 3)) {
             minLen = 334;
-            const QString r2 = ModbusTransact(QStringLiteral("&H3A4"), minLen, chamber, 0, QStringLiteral("03039C0052"));
+            const QString r2 =
+                ModbusTransact(QStringLiteral("&H3A4"), minLen, chamber, 0, QStringLiteral("03039C0052"));
             if (!ExchangeGood(chamber, r2, kBlock2, kBlock2Last)) return;
             DecodeBlock2(chamber, r2);
         }

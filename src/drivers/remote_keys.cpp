@@ -35,15 +35,17 @@ void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = fal
         EnableReadComm(false);
         WaitSec(PCSpeed / 1000.0);  // the line goes quiet
         const QString model = ChamberModel[ChamberIndex(chamber)];
-        const QString body = fixRun && model == u"QEL2300" ? QString()
-                                                           : KeyBody(model, static_cast<int>(Val(StatusPanel3)), key);
+        const QString body =
+            fixRun && model == u"QEL2300" ? QString() : KeyBody(model, static_cast<int>(Val(StatusPanel3)), key);
         if (!body.isEmpty()) {
             int16_t minLen = 4;
-            ModbusTransact(QString(), minLen, chamber, static_cast<int16_t>(Val(ChamberAddress[ChamberIndex(chamber)])), body);
+            ModbusTransact(QString(), minLen, chamber, static_cast<int16_t>(Val(ChamberAddress[ChamberIndex(chamber)])),
+                           body);
         }
         if (key == Key::Step) {
             if (Hooks.historyRow)
-                Hooks.historyRow(chamber, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm:ss")), QStringLiteral("START STEP"));
+                Hooks.historyRow(chamber, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm:ss")),
+                                 QStringLiteral("START STEP"));
             WriteMessageLog(QStringLiteral("START STEP"), chamber);
         }
         WaitSec(PCSpeed / 1000.0);
@@ -72,9 +74,7 @@ void SetAdvMode(int16_t chamber) { SendKey(chamber, Key::Step, QStringLiteral("m
 
 void SetUserKey(int16_t chamber) { SendKey(chamber, Key::User, QStringLiteral("modCommControl.SetUserKey")); }
 
-void SetStartFix(int16_t chamber) {
-    SendKey(chamber, Key::Start, QStringLiteral("modCommControl.SetStartFix"), true);
-}
+void SetStartFix(int16_t chamber) { SendKey(chamber, Key::Start, QStringLiteral("modCommControl.SetStartFix"), true); }
 
 void SetStartPT(int16_t chamber) { SendKey(chamber, Key::Start, QStringLiteral("modCommControl.SetStartPT")); }
 

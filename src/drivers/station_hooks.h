@@ -11,8 +11,8 @@
 namespace qel {
 
 struct StationHooks {
-    std::function<void(int16_t chamber)> runProc;         // one file per channel
-    std::function<void(int16_t chamber)> runProc2;        // linked run: one file for all channels
+    std::function<void(int16_t chamber)> runProc;   // one file per channel
+    std::function<void(int16_t chamber)> runProc2;  // linked run: one file for all channels
     std::function<void(int16_t chamber, int16_t channel)> eventScan;
     std::function<void(int16_t chamber)> operationGraph;  // trend sample and redraw
     // FixMode of a channel changed: non-zero hides the page's pattern fields.

@@ -65,8 +65,10 @@ QString ResolveAppFolder(const QString& appDirOption, const QString& programDir,
 }
 
 InstanceLock::InstanceLock(const QString& appFolder) {
-    const QByteArray key = QCryptographicHash::hash(QDir(appFolder).absolutePath().toUtf8(), QCryptographicHash::Sha1).toHex().left(16);
-    lock_ = std::make_unique<QLockFile>(QDir::temp().filePath(QStringLiteral("qelstation-") + QString::fromLatin1(key) + QStringLiteral(".lock")));
+    const QByteArray key =
+        QCryptographicHash::hash(QDir(appFolder).absolutePath().toUtf8(), QCryptographicHash::Sha1).toHex().left(16);
+    lock_ = std::make_unique<QLockFile>(
+        QDir::temp().filePath(QStringLiteral("qelstation-") + QString::fromLatin1(key) + QStringLiteral(".lock")));
     acquired_ = lock_->tryLock(0);
 }
 

@@ -35,8 +35,10 @@ MainFrame::MainFrame(Operator& op, FrameHost& host, QObject* parent) : QObject(p
     readComm_.setInterval(100);  // never changed: it sets the gap between ticks
     connect(&readComm_, &QTimer::timeout, this, &MainFrame::tick);
     ReadCommTimer.setEnabled = [this](bool on) {
-        if (on) readComm_.start();
-        else readComm_.stop();
+        if (on)
+            readComm_.start();
+        else
+            readComm_.stop();
     };
     ReadCommTimer.isEnabled = [this] { return readComm_.isActive(); };
 }
@@ -98,64 +100,66 @@ void MainFrame::tick() {
 void MainFrame::toolbarClick(int index) {
     const int shown = static_cast<int>(Val(StatusPanel2));
     switch (index) {
-    case 1:
-        StatusPanel2 = QStringLiteral("0");
-        StatusPanel3 = QStringLiteral("1");
-        host_.showOverview(ScreenNo);
-        break;
-    case 2:
-        if (shown != 0) {
+        case 1:
+            StatusPanel2 = QStringLiteral("0");
             StatusPanel3 = QStringLiteral("1");
-            host_.showPage(shown);
-        } else {
-            op_.message(QStringLiteral("Error"), MainText(captions::kNoChamberShown));
-        }
-        break;
-    case 3:
-        if (shown >= 1 && shown <= kMaxChambers && ChamberModel[shown - 1] == u"QEL2300")
-            host_.openModal(FrameForm::Pattern2300);
-        else
-            host_.openModal(FrameForm::Pattern);
-        break;
-    case 4:
-        if (!host_.startProgram(AppPath + QStringLiteral("QEL Data Viewer.exe")))
-            op_.message(QStringLiteral("Error"), QStringLiteral("The data viewer could not be started."));
-        break;
-    case 5:
-        readComm_.stop();
-        if (!host_.openModal(FrameForm::CommSet)) readComm_.start();
-        break;
-    case 6:
-        if (shown >= 1 && shown <= kMaxChambers && ChamberUse[shown - 1] != u"0" && CommError[shown - 1] == 0) {
+            host_.showOverview(ScreenNo);
+            break;
+        case 2:
+            if (shown != 0) {
+                StatusPanel3 = QStringLiteral("1");
+                host_.showPage(shown);
+            } else {
+                op_.message(QStringLiteral("Error"), MainText(captions::kNoChamberShown));
+            }
+            break;
+        case 3:
+            if (shown >= 1 && shown <= kMaxChambers && ChamberModel[shown - 1] == u"QEL2300")
+                host_.openModal(FrameForm::Pattern2300);
+            else
+                host_.openModal(FrameForm::Pattern);
+            break;
+        case 4:
+            if (!host_.startProgram(AppPath + QStringLiteral("QEL Data Viewer.exe")))
+                op_.message(QStringLiteral("Error"), QStringLiteral("The data viewer could not be started."));
+            break;
+        case 5:
             readComm_.stop();
-            if (!host_.openModal(FrameForm::WaitOperSet)) readComm_.start();
-        } else {
-            op_.message(QStringLiteral("Error"), MainText(captions::kChamberNotReady));
+            if (!host_.openModal(FrameForm::CommSet)) readComm_.start();
+            break;
+        case 6:
+            if (shown >= 1 && shown <= kMaxChambers && ChamberUse[shown - 1] != u"0" && CommError[shown - 1] == 0) {
+                readComm_.stop();
+                if (!host_.openModal(FrameForm::WaitOperSet)) readComm_.start();
+            } else {
+                op_.message(QStringLiteral("Error"), MainText(captions::kChamberNotReady));
+            }
+            break;
+        case 7:
+            if (shown != 0)
+                host_.openModal(FrameForm::DIErrName);
+            else
+                op_.message(QStringLiteral("Error"), MainText(captions::kNoChamberShown));
+            break;
+        case 8:
+            readComm_.stop();
+            if (!host_.openModal(FrameForm::Display)) readComm_.start();
+            break;
+        case 9: {
+            const QString file = host_.chooseFile(AppPath + QStringLiteral("Message/"),
+                                                  QStringLiteral("All Files (*.*) |*.*|Data Files (*.log)|*.log"));
+            if (!file.isEmpty() && !host_.openFile(file))
+                op_.message(QStringLiteral("Error"), QStringLiteral("No viewer could open ") + file);
+            break;
         }
-        break;
-    case 7:
-        if (shown != 0) host_.openModal(FrameForm::DIErrName);
-        else op_.message(QStringLiteral("Error"), MainText(captions::kNoChamberShown));
-        break;
-    case 8:
-        readComm_.stop();
-        if (!host_.openModal(FrameForm::Display)) readComm_.start();
-        break;
-    case 9: {
-        const QString file = host_.chooseFile(AppPath + QStringLiteral("Message/"),
-                                              QStringLiteral("All Files (*.*) |*.*|Data Files (*.log)|*.log"));
-        if (!file.isEmpty() && !host_.openFile(file))
-            op_.message(QStringLiteral("Error"), QStringLiteral("No viewer could open ") + file);
-        break;
-    }
-    case 10:
-        host_.openModal(FrameForm::About);
-        break;
-    case 11:
-        host_.closeFrame();
-        break;
-    default:
-        break;
+        case 10:
+            host_.openModal(FrameForm::About);
+            break;
+        case 11:
+            host_.closeFrame();
+            break;
+        default:
+            break;
     }
     emit stateChanged();
 }
@@ -167,8 +171,7 @@ bool MainFrame::queryUnload(bool ask) {
         ErrorTail(e.description(), QStringLiteral("MDIfrmMenu.MDIForm_QueryUnload_Err"));
     }
     if (!ask) return true;
-    return op_.confirm(QStringLiteral("Program Exit"),
-                       MainText(captions::kExitQuestion));
+    return op_.confirm(QStringLiteral("Program Exit"), MainText(captions::kExitQuestion));
 }
 
 }  // namespace qel

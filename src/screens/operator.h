@@ -28,7 +28,7 @@ public:
     std::deque<bool> confirmations;  // when empty, confirm() answers `defaultConfirm`
     std::deque<QString> inputs;      // when empty, input() cancels
     bool defaultConfirm = true;
-    QStringList asked;               // "message|title|text", "confirm|title|text", "input|title|prompt"
+    QStringList asked;  // "message|title|text", "confirm|title|text", "input|title|prompt"
     int progressValue = 0;
     int progressMaximum = 0;
 

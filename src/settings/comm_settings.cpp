@@ -20,8 +20,7 @@ constexpr int kMaxPortKeys = 32;
 void ReadPortDevices(const ProfileFile& ini) {
     SerialPortDevices.clear();
     for (int n = 1; n <= kMaxPortKeys; ++n) {
-        const QString device =
-            ini.read(QStringLiteral("Ports"), QStringLiteral("COM%1").arg(n), QString(), 260, 260);
+        const QString device = ini.read(QStringLiteral("Ports"), QStringLiteral("COM%1").arg(n), QString(), 260, 260);
         if (!device.isEmpty()) SerialPortDevices.insert(n, device);
     }
 }

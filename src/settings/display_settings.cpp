@@ -15,8 +15,7 @@ namespace qel {
 namespace {
 
 void Write(const char* section, const char* key, const QString& value) {
-    WriteSetting(QLatin1String(section), QLatin1String(key), value,
-                 SettingsPath(QStringLiteral("SetComm.ini")));
+    WriteSetting(QLatin1String(section), QLatin1String(key), value, SettingsPath(QStringLiteral("SetComm.ini")));
 }
 
 void StoreFlag(int16_t box, int16_t& flag, const char* key) {
@@ -29,10 +28,14 @@ void StoreFlag(int16_t box, int16_t& flag, const char* key) {
 
 QString LanguageOfIndex(int index) {
     switch (index) {
-    case 0: return QStringLiteral("KOR");
-    case 1: return QStringLiteral("ENG");
-    case 2: return QStringLiteral("CHN");
-    default: return QString();
+        case 0:
+            return QStringLiteral("KOR");
+        case 1:
+            return QStringLiteral("ENG");
+        case 2:
+            return QStringLiteral("CHN");
+        default:
+            return QString();
     }
 }
 

@@ -42,11 +42,9 @@ void ReadDataGraph(int which) {
             GraphInfoRec& g = GraphInfo[static_cast<size_t>(c)];
             const QString s = SetSection(c);
             for (int n = 1; n <= 3; ++n)
-                g.Max[static_cast<size_t>(n - 1)] =
-                    ToInt16(number(s, QStringLiteral("MAX_%1_%2").arg(c).arg(n), "10"));
+                g.Max[static_cast<size_t>(n - 1)] = ToInt16(number(s, QStringLiteral("MAX_%1_%2").arg(c).arg(n), "10"));
             for (int n = 1; n <= 3; ++n)
-                g.Min[static_cast<size_t>(n - 1)] =
-                    ToInt16(number(s, QStringLiteral("Min_%1_%2").arg(c).arg(n), "0"));
+                g.Min[static_cast<size_t>(n - 1)] = ToInt16(number(s, QStringLiteral("Min_%1_%2").arg(c).arg(n), "0"));
             g.XMajor = ToInt16(number(s, QStringLiteral("X_MAJOR_%1").arg(c), ""));
             g.YMajor = ToInt16(number(s, QStringLiteral("Y_MAJOR_%1").arg(c), ""));
             // The trace comes first in the colour keys, the chamber first in the scales.

@@ -47,9 +47,12 @@ const Group* FindIn(const Group (&layout)[N], int i) {
 
 const Group* GroupOf(LampForm form, int i) {
     switch (form) {
-    case LampForm::Lamp2100: return FindIn(kLayout2100, i);
-    case LampForm::Lamp2200: return FindIn(kLayout2200, i);
-    case LampForm::Lamp2300: return FindIn(kLayout2300, i);
+        case LampForm::Lamp2100:
+            return FindIn(kLayout2100, i);
+        case LampForm::Lamp2200:
+            return FindIn(kLayout2200, i);
+        case LampForm::Lamp2300:
+            return FindIn(kLayout2300, i);
     }
     return nullptr;
 }
@@ -61,20 +64,24 @@ struct LampFile {
 
 LampFile FileOf(LampForm form, int channel) {
     switch (form) {
-    case LampForm::Lamp2200: return {QStringLiteral("/SetLamp_2200.ini"), QStringLiteral("QEL2200")};
-    case LampForm::Lamp2300: return {QStringLiteral("/SetLamp_2300.ini"), QStringLiteral("QEL2300")};
-    case LampForm::Lamp2100: break;
+        case LampForm::Lamp2200:
+            return {QStringLiteral("/SetLamp_2200.ini"), QStringLiteral("QEL2200")};
+        case LampForm::Lamp2300:
+            return {QStringLiteral("/SetLamp_2300.ini"), QStringLiteral("QEL2300")};
+        case LampForm::Lamp2100:
+            break;
     }
     switch (channel) {
-    case 2: return {QStringLiteral("/SetLamp_2100.ini"), QStringLiteral("QEL2100")};
-    case 3: return {QStringLiteral("/SetLamp_2400.ini"), QStringLiteral("QEL2400")};
-    default: return {QStringLiteral("/SetLamp_2000.ini"), QStringLiteral("QEL2000")};
+        case 2:
+            return {QStringLiteral("/SetLamp_2100.ini"), QStringLiteral("QEL2100")};
+        case 3:
+            return {QStringLiteral("/SetLamp_2400.ini"), QStringLiteral("QEL2400")};
+        default:
+            return {QStringLiteral("/SetLamp_2000.ini"), QStringLiteral("QEL2000")};
     }
 }
 
-QString Section(const LampFile& file, int16_t chamber) {
-    return file.model + u'_' + QString::number(chamber);
-}
+QString Section(const LampFile& file, int16_t chamber) { return file.model + u'_' + QString::number(chamber); }
 
 QString LampKey(int i) { return QStringLiteral("Lamp %1").arg(i, 2, 10, QLatin1Char('0')); }
 
@@ -88,8 +95,7 @@ int TablesOfModel(const QString& model, LampForm* form) {
 }  // namespace
 
 bool LampFormOf(const QString& model, LampForm* form) {
-    if (model == QLatin1String("QEL2000") || model == QLatin1String("QEL2100") ||
-        model == QLatin1String("QEL2400"))
+    if (model == QLatin1String("QEL2000") || model == QLatin1String("QEL2100") || model == QLatin1String("QEL2400"))
         *form = LampForm::Lamp2100;
     else if (model == QLatin1String("QEL2200"))
         *form = LampForm::Lamp2200;
@@ -102,9 +108,12 @@ bool LampFormOf(const QString& model, LampForm* form) {
 
 int LampLayoutEntries(LampForm form) {
     switch (form) {
-    case LampForm::Lamp2100: return 104;
-    case LampForm::Lamp2200: return 100;
-    case LampForm::Lamp2300: return 92;
+        case LampForm::Lamp2100:
+            return 104;
+        case LampForm::Lamp2200:
+            return 100;
+        case LampForm::Lamp2300:
+            return 92;
     }
     return 0;
 }
@@ -138,8 +147,7 @@ void ReadLampSelect(int16_t chamber) {
             const ProfileFile ini(SettingsPath(file.name));
             LampTable& table = LampTableOf(form, chamber, channel);
             for (int i = 1; i <= entries; ++i) {
-                const QString text =
-                    ini.read(Section(file, chamber), LampKey(i), QStringLiteral("1"), 10, 10);
+                const QString text = ini.read(Section(file, chamber), LampKey(i), QStringLiteral("1"), 10, 10);
                 table[static_cast<size_t>(i)] = CutAtTerminator(text.trimmed(), u'/');
             }
         }
@@ -174,9 +182,12 @@ int LampFlag(const QString& entry) {
 LampTable& LampTableOf(LampForm form, int16_t chamber, int channel) {
     LogRec& log = Log[static_cast<size_t>(ChamberIndex(chamber))];
     switch (form) {
-    case LampForm::Lamp2200: return log.Lamp2200;
-    case LampForm::Lamp2300: return log.Lamp2300;
-    case LampForm::Lamp2100: break;
+        case LampForm::Lamp2200:
+            return log.Lamp2200;
+        case LampForm::Lamp2300:
+            return log.Lamp2300;
+        case LampForm::Lamp2100:
+            break;
     }
     return log.Lamp2000[static_cast<size_t>(ChannelIndex(channel))];
 }
@@ -191,8 +202,7 @@ LampFormView LoadLampForm(LampForm form, int16_t chamber, int channel) {
             const Group* g = GroupOf(form, i);
             const bool skipped = board == QLatin1String("0") && g && g->secondBoard && g->input;
             view.shown[static_cast<size_t>(i)] = !skipped;
-            if (set && !skipped)
-                view.on[static_cast<size_t>(i)] = LampFlag(table[static_cast<size_t>(i)]) != 0;
+            if (set && !skipped) view.on[static_cast<size_t>(i)] = LampFlag(table[static_cast<size_t>(i)]) != 0;
         }
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), QStringLiteral("frmLampSelectCh1.Form_Load_Err"));
@@ -205,8 +215,7 @@ LampSwitches SelectAllLamps(LampForm form, const QString& board) {
     LampSwitches on{};
     const bool all = board == QLatin1String("1");
     if (!all && board != QLatin1String("0")) return on;
-    for (int i = 1; i <= LampLayoutEntries(form); ++i)
-        on[static_cast<size_t>(i)] = all || !IsSecondBoardEntry(form, i);
+    for (int i = 1; i <= LampLayoutEntries(form); ++i) on[static_cast<size_t>(i)] = all || !IsSecondBoardEntry(form, i);
     return on;
 }
 

@@ -20,8 +20,7 @@ static_assert(std::string_view(kLanguageSections[kLampSelect].name) == "LampSele
 std::array<std::vector<QString>, kLanguageSections.size()>& Tables() {
     static std::array<std::vector<QString>, kLanguageSections.size()> tables = [] {
         std::array<std::vector<QString>, kLanguageSections.size()> t;
-        for (size_t s = 0; s < t.size(); ++s)
-            t[s].resize(static_cast<size_t>(kLanguageSections[s].count) + 1);
+        for (size_t s = 0; s < t.size(); ++s) t[s].resize(static_cast<size_t>(kLanguageSections[s].count) + 1);
         return t;
     }();
     return tables;
@@ -34,8 +33,7 @@ int SectionNo(const QString& name) {
 }
 
 void ReadEntry(const ProfileFile& file, size_t s, int key) {
-    const QString text =
-        file.read(QLatin1String(kLanguageSections[s].name), QString::number(key), QString(), 100, 100);
+    const QString text = file.read(QLatin1String(kLanguageSections[s].name), QString::number(key), QString(), 100, 100);
     Tables()[s][static_cast<size_t>(key)] = CutAtTerminator(text, u'/');
 }
 

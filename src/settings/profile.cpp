@@ -54,8 +54,7 @@ void ForEachLine(const QByteArray& bytes, F f) {
         while (end < n && bytes[end] != '\n' && bytes[end] != '\r') ++end;
         line.next = end;
         line.terminated = end < n;
-        if (line.terminated)
-            line.next += (bytes[end] == '\r' && end + 1 < n && bytes[end + 1] == '\n') ? 2 : 1;
+        if (line.terminated) line.next += (bytes[end] == '\r' && end + 1 < n && bytes[end + 1] == '\n') ? 2 : 1;
 
         qsizetype b = pos, e = end;
         Trim(bytes, b, e);
@@ -187,8 +186,7 @@ ProfileFile::ProfileFile(const QString& path) {
 
 ProfileFile::~ProfileFile() = default;
 
-QString ProfileFile::read(const QString& section, const QString& key, const QString& def, int buffer,
-                          int size) const {
+QString ProfileFile::read(const QString& section, const QString& key, const QString& def, int buffer, int size) const {
     const int limit = std::min(buffer, size - 1);
     const auto s = parsed_->sections.constFind(FoldedName(section));
     if (s != parsed_->sections.cend()) {
@@ -201,8 +199,7 @@ QString ProfileFile::read(const QString& section, const QString& key, const QStr
             qsizetype b = 0, e = v.size();
             Trim(v, b, e);
             v = v.mid(b, e - b);
-            if (v.size() >= 2 && (v[0] == '"' || v[0] == '\'') && v.back() == v[0])
-                v = v.mid(1, v.size() - 2);
+            if (v.size() >= 2 && (v[0] == '"' || v[0] == '\'') && v.back() == v[0]) v = v.mid(1, v.size() - 2);
             return FromCodePage(CutBytes(v, limit));
         }
     }
@@ -211,8 +208,8 @@ QString ProfileFile::read(const QString& section, const QString& key, const QStr
     return FromCodePage(CutBytes(d, limit));
 }
 
-QString ReadProfileString(const QString& section, const QString& key, const QString& def, int buffer,
-                          int size, const QString& path) {
+QString ReadProfileString(const QString& section, const QString& key, const QString& def, int buffer, int size,
+                          const QString& path) {
     return ProfileFile(path).read(section, key, def, buffer, size);
 }
 
@@ -254,8 +251,7 @@ bool ProfileEditor::save() {
     return true;
 }
 
-bool WriteProfileString(const QString& section, const QString& key, const QString& value,
-                        const QString& path) {
+bool WriteProfileString(const QString& section, const QString& key, const QString& value, const QString& path) {
     ProfileEditor editor(path);
     if (!editor.ok()) return false;
     editor.write(section, key, value);

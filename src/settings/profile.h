@@ -47,8 +47,8 @@ private:
 };
 
 // One read from a file, as the platform call makes it.
-QString ReadProfileString(const QString& section, const QString& key, const QString& def, int buffer,
-                          int size, const QString& path);
+QString ReadProfileString(const QString& section, const QString& key, const QString& def, int buffer, int size,
+                          const QString& path);
 
 // Many writes to one file in memory, saved once: the bytes that result are
 // those of the same writes made one by one with WriteProfileString. For the
@@ -78,7 +78,6 @@ private:
 // folder is not). Every other byte of the file stays as it was; new lines end
 // in CR LF. Returns false when the file cannot be read or written, and then
 // leaves it untouched.
-bool WriteProfileString(const QString& section, const QString& key, const QString& value,
-                        const QString& path);
+bool WriteProfileString(const QString& section, const QString& key, const QString& value, const QString& path);
 
 }  // namespace qel

@@ -27,20 +27,18 @@ void StoreRows(const std::array<ChamberRow, 30>& rows);
 void ReadUserTag() {
     try {
         const ProfileFile ini(SettingsPath(kUserTag));
-        const auto read = [&ini](const QString& section, const QString& key, const char* def, int buffer,
-                                 int size) {
+        const auto read = [&ini](const QString& section, const QString& key, const char* def, int buffer, int size) {
             return ini.read(section, key, QLatin1String(def), buffer, size);
         };
 
-        MaxChamberNo =
-            ToInt16(Val(read(QStringLiteral("Set"), QStringLiteral("MAX_CHAMBER_NO"), "0", 5, 10)));
+        MaxChamberNo = ToInt16(Val(read(QStringLiteral("Set"), QStringLiteral("MAX_CHAMBER_NO"), "0", 5, 10)));
         for (int i = 1; i <= kMaxChambers; ++i) {
             const int c = i - 1;
             const QString key = QString::number(i);
-            ChamberUse[c] = NumberText(
-                Val(read(QStringLiteral("Set"), QStringLiteral("Chamber ") + TwoDigits(i), "1", 5, 10)));
-            ChamberAddress[c] = NumberText(
-                Val(read(QStringLiteral("AddNo"), QStringLiteral("AddressNo ") + TwoDigits(i), "1", 5, 10)));
+            ChamberUse[c] =
+                NumberText(Val(read(QStringLiteral("Set"), QStringLiteral("Chamber ") + TwoDigits(i), "1", 5, 10)));
+            ChamberAddress[c] =
+                NumberText(Val(read(QStringLiteral("AddNo"), QStringLiteral("AddressNo ") + TwoDigits(i), "1", 5, 10)));
             ChamberName[c] = CutAtTerminator(read(QStringLiteral("Name"), key, "1", 30, 31), u'/');
             ChamberIP[c] = CutAtTerminator(read(QStringLiteral("IPAddNo"), key, "", 30, 31), u'E');
             ChamberModel[c] = CutAtTerminator(read(QStringLiteral("Model"), key, "", 30, 31), u'/');
@@ -48,11 +46,9 @@ void ReadUserTag() {
             ChamberBoard[c] = NumberText(Val(read(QStringLiteral("Board"), key, "", 5, 10)));
             ChamberVariant[c] = NumberText(Val(read(QStringLiteral("MODEL_ZZ"), key, "", 5, 10)));
             for (int n = 1; n <= kMaxChannels; ++n)
-                Chamber[c].DP[n - 1] =
-                    CutAtTerminator(read(QStringLiteral("SDP_%1").arg(n), key, "", 5, 10), u'/');
+                Chamber[c].DP[n - 1] = CutAtTerminator(read(QStringLiteral("SDP_%1").arg(n), key, "", 5, 10), u'/');
             for (int n = 1; n <= kMaxChannels; ++n)
-                ChamberUnit[n - 1][c] =
-                    CutAtTerminator(read(QStringLiteral("UNIT_%1").arg(n), key, "", 30, 10), u'/');
+                ChamberUnit[n - 1][c] = CutAtTerminator(read(QStringLiteral("UNIT_%1").arg(n), key, "", 30, 10), u'/');
         }
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), QStringLiteral("modFunc.ReadUserTag"));
@@ -93,8 +89,7 @@ void StoreRows(const std::array<ChamberRow, 30>& rows) {
         ChamberAddress[c] = row.address;
         ini.write(QStringLiteral("AddNo"), QStringLiteral("AddressNo ") + TwoDigits(i), row.address);
 
-        if (row.model != ChamberModel[c])
-            WriteDefaultLampEntries(static_cast<int16_t>(i), row.model, row.board);
+        if (row.model != ChamberModel[c]) WriteDefaultLampEntries(static_cast<int16_t>(i), row.model, row.board);
         ChamberModel[c] = row.model;
         Chamber[c].ChannelCount = ChannelCountOf(row.model);
         ini.write(QStringLiteral("Model"), key, row.model + u'/');
@@ -110,8 +105,7 @@ void StoreRows(const std::array<ChamberRow, 30>& rows) {
 void StoreDecimalPlaces(int16_t chamber, int channel, int places) {
     QString& dp = Chamber[ChamberIndex(chamber)].DP[ChannelIndex(channel)];
     dp = QString(std::max(places, 0), u'0');
-    WriteSetting(QStringLiteral("SDP_%1").arg(channel), QString::number(chamber), dp + u'/',
-                 SettingsPath(kUserTag));
+    WriteSetting(QStringLiteral("SDP_%1").arg(channel), QString::number(chamber), dp + u'/', SettingsPath(kUserTag));
 }
 
 void StoreUnit(int16_t chamber, int channel, const QString& caption) {

@@ -20,9 +20,11 @@ QString SystemInformationText() {
 AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
     setWindowTitle(QStringLiteral("About QEL Station"));
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel(QStringLiteral("<h3>QEL Station</h3>Version %1<br>Monitoring and control of QEL2000 to QEL2400 chamber controllers.")
-                                     .arg(QCoreApplication::applicationVersion()),
-                                 this));
+    layout->addWidget(new QLabel(
+        QStringLiteral(
+            "<h3>QEL Station</h3>Version %1<br>Monitoring and control of QEL2000 to QEL2400 chamber controllers.")
+            .arg(QCoreApplication::applicationVersion()),
+        this));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);
     auto* sysInfo = buttons->addButton(QStringLiteral("System Info..."), QDialogButtonBox::ActionRole);
     sysInfo->setObjectName(QStringLiteral("cmdSysInfo"));

@@ -104,8 +104,11 @@ ChamberView::ChamberView(int chamber, QWidget* parent) : QWidget(parent), chambe
         const char* text;
         void (*send)(int16_t);
     } buttons[] = {
-        {"RUN", "RUN", SetStartPT}, {"STOP", "STOP", SetStopMode}, {"HOLD", "HOLD", [](int16_t c) { SetHoldMode(c, 1); }},
-        {"STEP", "STEP", SetAdvMode}, {"USER", "USER KEY", SetUserKey},
+        {"RUN", "RUN", SetStartPT},
+        {"STOP", "STOP", SetStopMode},
+        {"HOLD", "HOLD", [](int16_t c) { SetHoldMode(c, 1); }},
+        {"STEP", "STEP", SetAdvMode},
+        {"USER", "USER KEY", SetUserKey},
     };
     for (const auto& b : buttons) {
         auto* button = new QPushButton(QString::fromLatin1(b.text), this);
@@ -121,7 +124,8 @@ ChamberView::ChamberView(int chamber, QWidget* parent) : QWidget(parent), chambe
 void ChamberView::refresh() {
     const int c = chamber_ - 1;
     if (c < 0 || c >= kMaxChambers) return;
-    title_->setText(QStringLiteral("<b>%1</b> &nbsp; %2 &nbsp; address %3").arg(ChamberName[c], ChamberModel[c], ChamberAddress[c]));
+    title_->setText(QStringLiteral("<b>%1</b> &nbsp; %2 &nbsp; address %3")
+                        .arg(ChamberName[c], ChamberModel[c], ChamberAddress[c]));
     const int n = Channels(c);
     table_->setRowCount(n);
     for (int k = 0; k < n; ++k) {
@@ -132,7 +136,12 @@ void ChamberView::refresh() {
         SetCell(table_, k, 2, Value(c, Chamber[c].PV[k], k), lost);
         SetCell(table_, k, 3, Value(c, Chamber[c].SP[k], k), lost);
         SetCell(table_, k, 4, lost ? QStringLiteral("-.-") : QString::number(Chamber[c].MV[k], 'f', 1), lost);
-        SetCell(table_, k, 5, QStringLiteral("%1:%2:%3").arg(t / 3600).arg(t / 60 % 60, 2, 10, QChar(u'0')).arg(t % 60, 2, 10, QChar(u'0')), false);
+        SetCell(table_, k, 5,
+                QStringLiteral("%1:%2:%3")
+                    .arg(t / 3600)
+                    .arg(t / 60 % 60, 2, 10, QChar(u'0'))
+                    .arg(t % 60, 2, 10, QChar(u'0')),
+                false);
     }
 }
 

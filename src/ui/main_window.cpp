@@ -26,10 +26,17 @@ namespace qel {
 namespace {
 
 const QStyle::StandardPixmap kIcons[MainFrame::kToolButtons] = {
-    QStyle::SP_FileDialogListView,     QStyle::SP_FileDialogDetailedView, QStyle::SP_FileDialogContentsView,
-    QStyle::SP_DriveHDIcon,            QStyle::SP_DriveNetIcon,           QStyle::SP_BrowserReload,
-    QStyle::SP_FileDialogInfoView,     QStyle::SP_DesktopIcon,            QStyle::SP_DirOpenIcon,
-    QStyle::SP_MessageBoxInformation,  QStyle::SP_DialogCloseButton,
+    QStyle::SP_FileDialogListView,
+    QStyle::SP_FileDialogDetailedView,
+    QStyle::SP_FileDialogContentsView,
+    QStyle::SP_DriveHDIcon,
+    QStyle::SP_DriveNetIcon,
+    QStyle::SP_BrowserReload,
+    QStyle::SP_FileDialogInfoView,
+    QStyle::SP_DesktopIcon,
+    QStyle::SP_DirOpenIcon,
+    QStyle::SP_MessageBoxInformation,
+    QStyle::SP_DialogCloseButton,
 };
 
 }  // namespace

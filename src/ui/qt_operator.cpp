@@ -6,9 +6,7 @@
 
 namespace qel {
 
-void QtOperator::message(const QString& title, const QString& text) {
-    QMessageBox::information(parent_, title, text);
-}
+void QtOperator::message(const QString& title, const QString& text) { QMessageBox::information(parent_, title, text); }
 
 bool QtOperator::confirm(const QString& title, const QString& text) {
     return QMessageBox::question(parent_, title, text, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Cancel) ==

@@ -7,9 +7,6 @@
 #include <QProgressBar>
 #include <QWidget>
 
-
-
-
 namespace qel {
 
 class QtOperator final : public Operator {
