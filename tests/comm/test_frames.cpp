@@ -10,12 +10,9 @@
 using namespace qel;
 
 TEST(Crc, MatchesTheModbusExamples) {
-    struct Row {
-        const char* text;
-        const char* crc;
-    } rows[] = {
-        {"010300000001", "840A"},  // read 1 register at 0 from slave 1: 84 0A
-        {"01030000000A", "C5CD"},  // C5 CD
+    struct Row { const char* text; const char* crc; } rows[] = {
+        {"010300000001", "840A"},   // read 1 register at 0 from slave 1: 84 0A
+        {"01030000000A", "C5CD"},   // C5 CD
         {"0103000A0001", "A408"},
     };
     for (const auto& r : rows) EXPECT_EQ(CrcText(r.text), r.crc) << r.text;

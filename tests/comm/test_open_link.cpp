@@ -19,16 +19,10 @@ public:
     QString host;
     int port = 0;
     int state() const override { return stateValue; }
-    void close() override {
-        ++closes;
-        stateValue = sck::Closed;
-    }
+    void close() override { ++closes; stateValue = sck::Closed; }
     void setRemoteHost(const QString& h) override { host = h; }
     void setRemotePort(int p) override { port = p; }
-    void connectToPeer() override {
-        ++connects;
-        stateValue = sck::Connecting;
-    }
+    void connectToPeer() override { ++connects; stateValue = sck::Connecting; }
     void sendData(const QByteArray&) override {}
     QByteArray getData() override { return {}; }
 };

@@ -103,10 +103,10 @@ TEST_F(SerialExchange, RtuIsLostAtTheThirdBadReadAndCountsOn) {
 
 TEST_F(SerialExchange, RtuRejectsShortWrongFunctionSilenceAndGarbage) {
     const QList<QByteArray> replies = {
-        WithCrc(Block1Reply(1).left(200)),                   // right CRC, shorter than minLen
-        WithCrc(FromHex("018302")),                          // exception reply
-        QByteArray(),                                        // silence
-        QByteArray("\x13\x37\x00\xFF garbage", 13),          // noise
+        WithCrc(Block1Reply(1).left(200)),         // right CRC, shorter than minLen
+        WithCrc(FromHex("018302")),                // exception reply
+        QByteArray(),                              // silence
+        QByteArray("\x13\x37\x00\xFF garbage", 13),  // noise
         WithCrc(FromHex("0104F0") + Block1Reply(1).mid(3)),  // wrong function code
     };
     for (const QByteArray& reply : replies) {
@@ -120,10 +120,7 @@ TEST_F(SerialExchange, RtuRejectsShortWrongFunctionSilenceAndGarbage) {
 
 TEST_F(SerialExchange, WriteWaitsTwicePcSpeedAndNeverTouchesCounters) {
     int asked = 0;
-    port->reply = [&](const QByteArray&) {
-        ++asked;
-        return QByteArray();
-    };
+    port->reply = [&](const QByteArray&) { ++asked; return QByteArray(); };
     FailCount[0] = 5;
     CommError[0] = -1;
     int16_t minLen = 4;

@@ -8,10 +8,10 @@
 #include "modbus.h"
 #include "state.h"
 
-#include <gtest/gtest.h>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <gtest/gtest.h>
 
 using namespace qel;
 
@@ -44,10 +44,8 @@ public:
                         s->flush();
                         QTimer::singleShot(5, s, [s, rep] { s->write(rep.mid(9)); });
                     };
-                    if (delayMs == 0)
-                        send();
-                    else
-                        QTimer::singleShot(delayMs, s, send);
+                    if (delayMs == 0) send();
+                    else QTimer::singleShot(delayMs, s, send);
                 });
             }
         });

@@ -1,7 +1,7 @@
 #include "clock.h"
 
-#include <gtest/gtest.h>
 #include <QTimer>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace {

@@ -3,8 +3,8 @@
 #include "errorlog.h"
 #include "state.h"
 
-#include <gtest/gtest.h>
 #include <QFileInfo>
+#include <gtest/gtest.h>
 
 using namespace qel;
 

@@ -4,9 +4,9 @@
 #include "runtime_error.h"
 #include "state.h"
 
-#include <gtest/gtest.h>
 #include <QDir>
 #include <QFile>
+#include <gtest/gtest.h>
 
 using namespace qel;
 
@@ -39,8 +39,7 @@ TEST(ErrorTail, AppendsTheLogNameWithoutABlank) {
     ManualClock clock;
     SetClock(&clock);
     ErrorTail(QStringLiteral("Subscript out of range"), QStringLiteral("modFunc.ReadCOMINI"));
-    EXPECT_EQ(dir.read("Error/20240131_E.log"),
-              QByteArray("20240131 08:15:07  Subscript out of rangemodFunc.ReadCOMINI\r\n"));
+    EXPECT_EQ(dir.read("Error/20240131_E.log"), QByteArray("20240131 08:15:07  Subscript out of rangemodFunc.ReadCOMINI\r\n"));
 }
 
 TEST(ErrorTail, NeverRaisesWhenTheLogCannotBeWritten) {

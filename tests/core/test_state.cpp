@@ -2,8 +2,8 @@
 #include "runtime_error.h"
 #include "state.h"
 
-#include <gtest/gtest.h>
 #include <QJsonArray>
+#include <gtest/gtest.h>
 
 using namespace qel;
 
@@ -16,11 +16,10 @@ TEST(RecordJson, NamesEveryFieldAndTheHealth) {
     EXPECT_EQ(o["PV"].toArray()[0].toDouble(), -20.0);
     EXPECT_EQ(o["CommError"].toInt(), -1);
     EXPECT_EQ(o["FailCount"].toInt(), 5);
-    for (const char* f :
-         {"SP",        "TSP",          "MV",       "DP",       "Status",     "PTNo",         "SegNo",     "RunTime",
-          "SegTime",   "SegTimeSet",   "PTRptSet", "PTRpt",    "SegRptSet",  "SegRpt",       "PIDNo",     "EndDate",
-          "FixMode",   "EndShown",     "TempDev",  "FixTime",  "LinkedRun",  "UserKeyState", "EvtMode",   "PVStat",
-          "StartTime", "ChannelCount", "EvtWordA", "EvtWordD", "RelayWordA", "RelayWordD",   "EvtLatchA", "RelayLatchD",
-          "Side",      "SideMark",     "SideAltA", "SideAltB"})
+    for (const char* f : {"SP", "TSP", "MV", "DP", "Status", "PTNo", "SegNo", "RunTime", "SegTime", "SegTimeSet",
+                          "PTRptSet", "PTRpt", "SegRptSet", "SegRpt", "PIDNo", "EndDate", "FixMode", "EndShown",
+                          "TempDev", "FixTime", "LinkedRun", "UserKeyState", "EvtMode", "PVStat", "StartTime",
+                          "ChannelCount", "EvtWordA", "EvtWordD", "RelayWordA", "RelayWordD", "EvtLatchA",
+                          "RelayLatchD", "Side", "SideMark", "SideAltA", "SideAltB"})
         EXPECT_TRUE(o.contains(f)) << f;
 }

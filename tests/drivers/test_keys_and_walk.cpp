@@ -51,25 +51,13 @@ protected:
 }  // namespace
 
 TEST(KeyBody, RegistersByModelAndChannel) {
-    struct Row {
-        const char* model;
-        int ch;
-        Key key;
-        const char* body;
-    } rows[] = {
-        {"QEL2000", 1, Key::Stop, "0600650004"},
-        {"QEL2000", 2, Key::Stop, "0600660004"},
-        {"QEL2100", 3, Key::Start, "0600660001"},
-        {"QEL2400", 1, Key::Hold, "0600640002"},
-        {"QEL2400", 2, Key::Step, "0600650003"},
-        {"QEL2400", 3, Key::User, "0600660005"},
-        {"QEL2200", 1, Key::Stop, "0605160004"},
-        {"QEL2200", 2, Key::Stop, ""},
-        {"QEL2300", 1, Key::Stop, "0600320004"},
-        {"QEL2300", 3, Key::Stop, ""},
-        {"QEL2000", 0, Key::Stop, ""},
-        {"QEL2000", 4, Key::Stop, ""},
-        {"QEL9999", 1, Key::Stop, ""},
+    struct Row { const char* model; int ch; Key key; const char* body; } rows[] = {
+        {"QEL2000", 1, Key::Stop, "0600650004"}, {"QEL2000", 2, Key::Stop, "0600660004"},
+        {"QEL2100", 3, Key::Start, "0600660001"}, {"QEL2400", 1, Key::Hold, "0600640002"},
+        {"QEL2400", 2, Key::Step, "0600650003"}, {"QEL2400", 3, Key::User, "0600660005"},
+        {"QEL2200", 1, Key::Stop, "0605160004"}, {"QEL2200", 2, Key::Stop, ""},
+        {"QEL2300", 1, Key::Stop, "0600320004"}, {"QEL2300", 3, Key::Stop, ""},
+        {"QEL2000", 0, Key::Stop, ""}, {"QEL2000", 4, Key::Stop, ""}, {"QEL9999", 1, Key::Stop, ""},
     };
     for (const auto& r : rows) EXPECT_EQ(KeyBody(r.model, r.ch, r.key), r.body) << r.model << " " << r.ch;
 }
@@ -136,7 +124,7 @@ TEST(PollWalk, WalksChambersInOrderAndRepaintsEvenAfterAFailedRead) {
     ChamberModel[1] = "QEL2100";
     ChamberModel[2] = "Model X";  // passed over with no call at all
     ChamberModel[3] = "QEL2000";
-    ChamberUse[3] = "0";  // off: silent, but still repainted
+    ChamberUse[3] = "0";          // off: silent, but still repainted
     QStringList calls;
     Hooks.overviewRefresh = [&](int16_t c) { calls << QString("overview %1").arg(c); };
     Hooks.pageRefresh = [&](int16_t c) { calls << QString("page %1").arg(c); };

@@ -4,13 +4,13 @@
 #include "clock.h"
 #include "fake_serial.h"
 #include "link.h"
+#include "station_hooks.h"
 #include "qel2000_poll.h"
 #include "state.h"
-#include "station_hooks.h"
 #include "vbtext.h"
 
-#include <gtest/gtest.h>
 #include <QMap>
+#include <gtest/gtest.h>
 
 using namespace qel;
 
@@ -63,77 +63,47 @@ protected:
 
 TEST_F(PollBlock, DecodesEveryFieldOfBlockOneFromItsRegister) {
     // Register -> value, from the controller's map.
-    regs = {{0x0002, 2},      {0x0003, 16},     {0x0004, 0x1200}, {0x0006, 0xAB04}, {0x0009, 0xFF38}, {0x000A, 253},
-            {0x000B, 300},    {0x000C, 0xFFF6}, {0x0037, 305},    {0x0038, 410},    {0x000D, 1000},   {0x000E, 555},
-            {0x0011, 3},      {0x0012, 4},      {0x0013, 0x0101}, {0x0014, 0x0102}, {0x0015, 0x0201}, {0x0016, 0x0202},
-            {0x0017, 0x0301}, {0x0018, 0x0302}, {0x0019, 0x0401}, {0x001A, 0x0402}, {0x0048, 1},      {0x0049, 0},
-            {0x0054, 1},      {0x0055, 7},      {0x001B, 0x0B0B}, {0x001C, 0x0A0A}, {0x0045, 0x0D0D}, {0x0046, 0x0C0C},
-            {0x001D, 2},      {0x001E, 75},     {0x001F, 30},     {0x0020, 1},      {0x0021, 59},     {0x0022, 5},
-            {0x0023, 11},     {0x0024, 12},     {0x0025, 21},     {0x0026, 22},     {0x0027, 31},     {0x0028, 32},
-            {0x0029, 41},     {0x002A, 42},     {0x002B, 51},     {0x002C, 52},     {0x002D, 61},     {0x002E, 62},
-            {0x002F, 1},      {0x0030, 30},     {0x0031, 2},      {0x0032, 45},     {0x0033, 3},      {0x0034, 7},
-            {0x0035, 4},      {0x0036, 0},      {0x006D, 0},      {0x006E, 1},      {0x0075, 0},      {0x0070, 1},
-            {0x0077, 0},      {0x0071, 5},      {0x0072, 10},     {0x0078, 6},      {0x0079, 20}};
+    regs = {{0x0002, 2}, {0x0003, 16}, {0x0004, 0x1200}, {0x0006, 0xAB04},
+            {0x0009, 0xFF38}, {0x000A, 253}, {0x000B, 300}, {0x000C, 0xFFF6},
+            {0x0037, 305}, {0x0038, 410}, {0x000D, 1000}, {0x000E, 555},
+            {0x0011, 3}, {0x0012, 4}, {0x0013, 0x0101}, {0x0014, 0x0102}, {0x0015, 0x0201}, {0x0016, 0x0202},
+            {0x0017, 0x0301}, {0x0018, 0x0302}, {0x0019, 0x0401}, {0x001A, 0x0402},
+            {0x0048, 1}, {0x0049, 0}, {0x0054, 1}, {0x0055, 7},
+            {0x001B, 0x0B0B}, {0x001C, 0x0A0A}, {0x0045, 0x0D0D}, {0x0046, 0x0C0C},
+            {0x001D, 2}, {0x001E, 75}, {0x001F, 30}, {0x0020, 1}, {0x0021, 59}, {0x0022, 5},
+            {0x0023, 11}, {0x0024, 12}, {0x0025, 21}, {0x0026, 22},
+            {0x0027, 31}, {0x0028, 32}, {0x0029, 41}, {0x002A, 42},
+            {0x002B, 51}, {0x002C, 52}, {0x002D, 61}, {0x002E, 62},
+            {0x002F, 1}, {0x0030, 30}, {0x0031, 2}, {0x0032, 45}, {0x0033, 3}, {0x0034, 7}, {0x0035, 4}, {0x0036, 0},
+            {0x006D, 0}, {0x006E, 1}, {0x0075, 0}, {0x0070, 1}, {0x0077, 0},
+            {0x0071, 5}, {0x0072, 10}, {0x0078, 6}, {0x0079, 20}};
     ReadCommBlock(1);
     const ChamberRec& r = Chamber[0];
     // Field, value, value expected from the register above.
     auto row = [](const char* field, double got, double want) { EXPECT_DOUBLE_EQ(got, want) << field; };
-    row("PVStat1", r.PVStat[0], 2);
-    row("PVStat2", r.PVStat[1], 16);
-    row("Status1 (low byte)", r.Status[0], 0);
-    row("Status2", r.Status[1], 4);
-    row("PV1 raw 0xFF38", r.PV[0], -20.0);
-    row("PV2", r.PV[1], 25.3);
-    row("SP1", r.SP[0], 30.0);
-    row("SP2", r.SP[1], -1.0);
-    row("TSP1", r.TSP[0], 30.5);
-    row("TSP2", r.TSP[1], 41.0);
-    row("MV1", r.MV[0], 100.0);
-    row("MV2", r.MV[1], 55.5);
-    row("PIDNo1", r.PIDNo[0], 3);
-    row("PIDNo2", r.PIDNo[1], 4);
-    row("EvtWordD1", r.EvtWordD[0], 0x0101);
-    row("EvtWordD2", r.EvtWordD[1], 0x0102);
-    row("EvtWordC1", r.EvtWordC[0], 0x0201);
-    row("EvtWordC2", r.EvtWordC[1], 0x0202);
-    row("EvtWordA1", r.EvtWordA[0], 0x0301);
-    row("EvtWordA2", r.EvtWordA[1], 0x0302);
-    row("EvtWordB1", r.EvtWordB[0], 0x0401);
-    row("EvtWordB2", r.EvtWordB[1], 0x0402);
-    row("UserKeyState1", r.UserKeyState[0], 1);
-    row("UserKeyState2", r.UserKeyState[1], 0);
-    row("EvtMode1", r.EvtMode[0], 1);
-    row("EvtMode2", r.EvtMode[1], 7);
-    row("RelayWordA", r.RelayWordA, 0x0A0A);
-    row("RelayWordB", r.RelayWordB, 0x0B0B);
-    row("RelayWordC", r.RelayWordC, 0x0C0C);
-    row("RelayWordD", r.RelayWordD, 0x0D0D);
-    row("RunTime1: 75 min add 60 s", r.RunTime[0], 2 * 3600 + 60 + 30);
-    row("RunTime2: 59 min add nothing", r.RunTime[1], 3600 + 5);
-    row("PTNo1", r.PTNo[0], 11);
-    row("SegNo1", r.SegNo[0], 12);
-    row("PTNo2", r.PTNo[1], 21);
-    row("SegNo2", r.SegNo[1], 22);
-    row("PTRpt1", r.PTRpt[0], 31);
-    row("PTRptSet1", r.PTRptSet[0], 32);
-    row("PTRpt2", r.PTRpt[1], 41);
-    row("PTRptSet2", r.PTRptSet[1], 42);
-    row("SegRpt1", r.SegRpt[0], 51);
-    row("SegRptSet1", r.SegRptSet[0], 52);
-    row("SegRpt2", r.SegRpt[1], 61);
-    row("SegRptSet2", r.SegRptSet[1], 62);
-    row("SegTime1", r.SegTime[0], 3630);
-    row("SegTimeSet1", r.SegTimeSet[0], 7245);
-    row("SegTime2", r.SegTime[1], 10807);
-    row("SegTimeSet2", r.SegTimeSet[1], 14400);
-    row("LinkedRun", r.LinkedRun, 0);
-    row("FixMode1", r.FixMode[0], 1);
-    row("FixMode2", r.FixMode[1], 0);
-    row("EndShown1", r.EndShown[0], 1);
-    row("EndShown2", r.EndShown[1], 0);
-    row("FixTime1", r.FixTime[0], 5 * 3600 + 10);
-    row("FixTime2", r.FixTime[1], 6 * 3600 + 20);
-    row("TempDev1: past the block", r.TempDev[0], 0);
+    row("PVStat1", r.PVStat[0], 2); row("PVStat2", r.PVStat[1], 16); row("Status1 (low byte)", r.Status[0], 0);
+    row("Status2", r.Status[1], 4); row("PV1 raw 0xFF38", r.PV[0], -20.0); row("PV2", r.PV[1], 25.3);
+    row("SP1", r.SP[0], 30.0); row("SP2", r.SP[1], -1.0); row("TSP1", r.TSP[0], 30.5);
+    row("TSP2", r.TSP[1], 41.0); row("MV1", r.MV[0], 100.0); row("MV2", r.MV[1], 55.5);
+    row("PIDNo1", r.PIDNo[0], 3); row("PIDNo2", r.PIDNo[1], 4); row("EvtWordD1", r.EvtWordD[0], 0x0101);
+    row("EvtWordD2", r.EvtWordD[1], 0x0102); row("EvtWordC1", r.EvtWordC[0], 0x0201);
+    row("EvtWordC2", r.EvtWordC[1], 0x0202); row("EvtWordA1", r.EvtWordA[0], 0x0301);
+    row("EvtWordA2", r.EvtWordA[1], 0x0302); row("EvtWordB1", r.EvtWordB[0], 0x0401);
+    row("EvtWordB2", r.EvtWordB[1], 0x0402); row("UserKeyState1", r.UserKeyState[0], 1);
+    row("UserKeyState2", r.UserKeyState[1], 0); row("EvtMode1", r.EvtMode[0], 1);
+    row("EvtMode2", r.EvtMode[1], 7); row("RelayWordA", r.RelayWordA, 0x0A0A);
+    row("RelayWordB", r.RelayWordB, 0x0B0B); row("RelayWordC", r.RelayWordC, 0x0C0C);
+    row("RelayWordD", r.RelayWordD, 0x0D0D); row("RunTime1: 75 min add 60 s", r.RunTime[0], 2 * 3600 + 60 + 30);
+    row("RunTime2: 59 min add nothing", r.RunTime[1], 3600 + 5); row("PTNo1", r.PTNo[0], 11);
+    row("SegNo1", r.SegNo[0], 12); row("PTNo2", r.PTNo[1], 21); row("SegNo2", r.SegNo[1], 22);
+    row("PTRpt1", r.PTRpt[0], 31); row("PTRptSet1", r.PTRptSet[0], 32); row("PTRpt2", r.PTRpt[1], 41);
+    row("PTRptSet2", r.PTRptSet[1], 42); row("SegRpt1", r.SegRpt[0], 51); row("SegRptSet1", r.SegRptSet[0], 52);
+    row("SegRpt2", r.SegRpt[1], 61); row("SegRptSet2", r.SegRptSet[1], 62); row("SegTime1", r.SegTime[0], 3630);
+    row("SegTimeSet1", r.SegTimeSet[0], 7245); row("SegTime2", r.SegTime[1], 10807);
+    row("SegTimeSet2", r.SegTimeSet[1], 14400); row("LinkedRun", r.LinkedRun, 0);
+    row("FixMode1", r.FixMode[0], 1); row("FixMode2", r.FixMode[1], 0); row("EndShown1", r.EndShown[0], 1);
+    row("EndShown2", r.EndShown[1], 0); row("FixTime1", r.FixTime[0], 5 * 3600 + 10);
+    row("FixTime2", r.FixTime[1], 6 * 3600 + 20); row("TempDev1: past the block", r.TempDev[0], 0);
     row("TempDev2", r.TempDev[1], 0);
 }
 
@@ -156,8 +126,8 @@ TEST_F(PollBlock, StoppedChamberNeverReadsBlockTwo) {
 
 TEST_F(PollBlock, RunningChannelReadsTheEndDates) {
     regs = {{0x0006, 0x0002},  // channel 2 runs a program
-            {0x039C, 2024},   {0x039D, 13}, {0x039E, 3}, {0x039F, 10}, {0x03A0, 20},
-            {0x03A6, 1970},   {0x03A7, 1},  {0x03A8, 1}, {0x03A9, 0},  {0x03AA, 0}};
+            {0x039C, 2024}, {0x039D, 13}, {0x039E, 3}, {0x039F, 10}, {0x03A0, 20},
+            {0x03A6, 1970}, {0x03A7, 1}, {0x03A8, 1}, {0x03A9, 0}, {0x03AA, 0}};
     ReadCommBlock(1);
     ASSERT_EQ(requests.size(), 2);
     EXPECT_TRUE(requests[1].startsWith("0103039C0052"));

@@ -24,14 +24,12 @@ bool SimLine::start(const QString& protocol, const QList<SimChamber>& chambers, 
     describe(protocol, chambers);
     QStringList args;
     if (protocol == "ETH") {
-        args << "--tcp"
-             << "--host-base" << hostBase_ << "--port" << QString::number(port_);
+        args << "--tcp" << "--host-base" << hostBase_ << "--port" << QString::number(port_);
     } else {
         args << (protocol == "RTU" ? "--rtu" : "--asc");
     }
     for (const SimChamber& c : chambers)
-        args << "--chamber"
-             << QStringLiteral("%1:%2:%3").arg(c.address).arg(c.model, c.model == "QEL2000" ? "1" : "1,1");
+        args << "--chamber" << QStringLiteral("%1:%2:%3").arg(c.address).arg(c.model, c.model == "QEL2000" ? "1" : "1,1");
     args << extra;
     if (!sim_.start(QStringLiteral(QELSIM_PATH), args)) return false;
     if (protocol != "ETH") {
@@ -56,8 +54,7 @@ bool StationFolder::prepare(const SimLine& line, int pcSpeed) {
     auto tag = [&](const QString& s, const QString& k, const QString& v) {
         return qel::WriteProfileString(s, k, v, d + "/SetUserTag.ini");
     };
-    bool ok =
-        comm("CommSet", "Protocol", line.protocol() + "/") && comm("CommSet", "PCSpeed", QString::number(pcSpeed));
+    bool ok = comm("CommSet", "Protocol", line.protocol() + "/") && comm("CommSet", "PCSpeed", QString::number(pcSpeed));
     if (line.protocol() == "ETH") {
         ok = ok && comm("CommSet", "RemotePort", QString::number(line.port()));
     } else {
@@ -71,8 +68,7 @@ bool StationFolder::prepare(const SimLine& line, int pcSpeed) {
         ok = ok && tag("Set", "Chamber " + nn, n) && tag("AddNo", "AddressNo " + nn, QString::number(c.address)) &&
              tag("Model", n, c.model + "/") && tag("Name", n, "Sim " + n + "/");
         if (line.protocol() == "ETH") {
-            const QString ip =
-                QStringLiteral("%1.%2.%3.%4").arg(base[0], base[1], base[2]).arg(base[3].toInt() + c.address - 1);
+            const QString ip = QStringLiteral("%1.%2.%3.%4").arg(base[0], base[1], base[2]).arg(base[3].toInt() + c.address - 1);
             ok = ok && tag("IPAddNo", n, ip + "E");
         }
     }

@@ -7,13 +7,13 @@
 #include "main_window.h"
 #include "state.h"
 
-#include <gtest/gtest.h>
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
+#include <gtest/gtest.h>
 
 using namespace qeltest;
 

@@ -3,7 +3,6 @@
 // station and our simulator cannot be wrong in the same way.
 #include "child_process.h"
 
-#include <gtest/gtest.h>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -11,6 +10,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <gtest/gtest.h>
 
 using qeltest::ChildProcess;
 
@@ -19,8 +19,8 @@ namespace {
 bool PymodbusAvailable() {
     static const bool ok = [] {
         if (!QFile::exists(QStringLiteral(SYSTEM_PYTHON))) return false;
-        return qeltest::Run(QStringLiteral(SYSTEM_PYTHON), {"-c", "import pymodbus.server, serial_asyncio"}, 20000)
-                   .exitCode == 0;
+        return qeltest::Run(QStringLiteral(SYSTEM_PYTHON),
+                            {"-c", "import pymodbus.server, serial_asyncio"}, 20000).exitCode == 0;
     }();
     return ok;
 }
@@ -30,9 +30,9 @@ bool PymodbusAvailable() {
 // end date 2024-05-06 07:08.
 const QStringList kRegisters = {
     "--set", "0x0004=0x0001", "--set", "0x0009=0xFF38", "--set", "0x000B=300", "--set", "0x000D=555",
-    "--set", "0x001D=1",      "--set", "0x001E=2",      "--set", "0x001F=3",   "--set", "0x006E=1",
-    "--set", "0x039C=2024",   "--set", "0x039D=5",      "--set", "0x039E=6",   "--set", "0x039F=7",
-    "--set", "0x03A0=8",      "--set", "0x03A6=1970",   "--set", "0x03A7=1",   "--set", "0x03A8=1"};
+    "--set", "0x001D=1", "--set", "0x001E=2", "--set", "0x001F=3", "--set", "0x006E=1",
+    "--set", "0x039C=2024", "--set", "0x039D=5", "--set", "0x039E=6", "--set", "0x039F=7", "--set", "0x03A0=8",
+    "--set", "0x03A6=1970", "--set", "0x03A7=1", "--set", "0x03A8=1"};
 
 QJsonObject LastJson(const QString& out) {
     const QStringList lines = out.split('\n', Qt::SkipEmptyParts);
@@ -65,14 +65,10 @@ TEST_P(AgainstPymodbus, ReadsWhatTheReferenceSlaveHolds) {
     QStringList link = {"--protocol", protocol};
     if (protocol == "ETH") {
         const quint16 port = qeltest::FreePort();
-        ASSERT_TRUE(peer.start(
-            SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, "--tcp", QStringLiteral("127.0.0.1:%1").arg(port)} + kRegisters));
-        link << "--ip"
-             << "127.0.0.1"
-             << "--remote-port" << QString::number(port);
+        ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, "--tcp", QStringLiteral("127.0.0.1:%1").arg(port)} + kRegisters));
+        link << "--ip" << "127.0.0.1" << "--remote-port" << QString::number(port);
     } else {
-        ASSERT_TRUE(peer.start(SYSTEM_PYTHON,
-                               QStringList{PYMODBUS_PEER, protocol == "RTU" ? "--rtu" : "--ascii"} + kRegisters));
+        ASSERT_TRUE(peer.start(SYSTEM_PYTHON, QStringList{PYMODBUS_PEER, protocol == "RTU" ? "--rtu" : "--ascii"} + kRegisters));
         const QString pty = peer.waitForLine("pty");
         ASSERT_FALSE(pty.isEmpty()) << peer.stderrText().toStdString();
         link << "--device" << pty;
@@ -80,8 +76,8 @@ TEST_P(AgainstPymodbus, ReadsWhatTheReferenceSlaveHolds) {
     ASSERT_FALSE(peer.waitForLine("ready").isNull()) << peer.stderrText().toStdString();
     QTemporaryDir logs;
     const auto r = qeltest::Run(QStringLiteral(QELPOLL_PATH),
-                                link + QStringList{"--address", "1", "--model", "QEL2000", "--dp", "1", "--pcspeed",
-                                                   "150", "--count", "3", "--json", "--app-dir", logs.path()});
+                                link + QStringList{"--address", "1", "--model", "QEL2000", "--dp", "1", "--pcspeed", "150",
+                                                   "--count", "3", "--json", "--app-dir", logs.path()});
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
     ExpectServedValues(LastJson(r.out));
 }

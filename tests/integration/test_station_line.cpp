@@ -2,9 +2,9 @@
 // over Modbus/TCP on loopback and RTU and ASCII on a pseudo-terminal.
 #include "line_fixture.h"
 
-#include <gtest/gtest.h>
 #include <QFile>
 #include <QJsonArray>
+#include <gtest/gtest.h>
 
 using namespace qeltest;
 
@@ -14,15 +14,14 @@ const QList<SimChamber> kLine = {{1, "QEL2000"}, {2, "QEL2100"}, {3, "QEL2000"}}
 
 // Fixed registers (the simulator frozen): chamber 1 PV -20.0 and SP 30.0,
 // chamber 2 PV 25.3 / -1.0 on its two channels.
-const QStringList kFrozen = {"--frozen",     "--no-noise", "--set",        "1:0x0009:-200", "--set",
-                             "1:0x000B:300", "--set",      "2:0x0009:253", "--set",         "2:0x000A:-10"};
+const QStringList kFrozen = {"--frozen", "--no-noise", "--set", "1:0x0009:-200", "--set", "1:0x000B:300",
+                             "--set", "2:0x0009:253", "--set", "2:0x000A:-10"};
 
 class StationLine : public ::testing::TestWithParam<const char*> {};
 
 RunResult RunStation(const StationFolder& folder, int cycles) {
     return qeltest::Run(QStringLiteral(QELSTATION_PATH),
-                        {"--headless", "--app-dir", folder.path(), "--cycles", QString::number(cycles), "--json"},
-                        120000);
+               {"--headless", "--app-dir", folder.path(), "--cycles", QString::number(cycles), "--json"}, 120000);
 }
 
 }  // namespace
@@ -85,16 +84,13 @@ TEST(QelPollKey, RunKeyOnChannelTwoStartsThatChannelOnly) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}}));
     QTemporaryDir logs;
-    const QStringList link = {
-        "--protocol", "ETH",     "--ip",      line.hostBase(), "--remote-port", QString::number(line.port()),
-        "--model",    "QEL2100", "--pcspeed", "100",           "--json",        "--app-dir",
-        logs.path()};
+    const QStringList link = {"--protocol", "ETH", "--ip", line.hostBase(), "--remote-port", QString::number(line.port()),
+                              "--model", "QEL2100", "--pcspeed", "100", "--json", "--app-dir", logs.path()};
     const RunResult before = qeltest::Run(QStringLiteral(QELPOLL_PATH), link + QStringList{"--count", "1"});
     ASSERT_EQ(before.exitCode, 0) << before.err.toStdString();
     ASSERT_EQ(LastByChamber(before.out)[1]["Status"].toArray()[1].toInt() & 3, 0);
 
-    const RunResult after = qeltest::Run(QStringLiteral(QELPOLL_PATH),
-                                         link + QStringList{"--key", "run", "--channel", "2", "--count", "2"});
+    const RunResult after = qeltest::Run(QStringLiteral(QELPOLL_PATH), link + QStringList{"--key", "run", "--channel", "2", "--count", "2"});
     ASSERT_EQ(after.exitCode, 0) << after.err.toStdString();
     const QJsonObject o = LastByChamber(after.out)[1];
     EXPECT_NE(o["Status"].toArray()[1].toInt() & 3, 0);
@@ -109,8 +105,7 @@ TEST(Station, SecondInstanceOnTheSameFolderIsRefused) {
     ChildProcess first;
     ASSERT_TRUE(first.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--json"}));
     ASSERT_FALSE(first.waitForLine("{").isNull());
-    const RunResult second =
-        qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "1"});
+    const RunResult second = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "1"});
     EXPECT_NE(second.exitCode, 0);
     EXPECT_TRUE(second.err.contains("already running"));
 }
@@ -120,8 +115,7 @@ TEST(Station, NoChambersSetUpExitsNonZeroHeadless) {
     line.describe("ETH", {});
     StationFolder folder;
     ASSERT_TRUE(folder.prepare(line));
-    const RunResult r =
-        qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "3"});
+    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "3"});
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains("no chambers are set up")) << r.err.toStdString();
 }
@@ -152,8 +146,7 @@ TEST(Station, UnusableApplicationFolderIsRefused) {
     QFile plain(tmp.path() + "/not-a-folder");
     ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
     plain.close();
-    const RunResult r =
-        qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", plain.fileName(), "--cycles", "1"});
+    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", plain.fileName(), "--cycles", "1"});
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains("cannot read the folder")) << r.err.toStdString();
 }
@@ -163,16 +156,12 @@ class QelPollLine : public ::testing::TestWithParam<const char*> {};
 TEST_P(QelPollLine, PrintsWhatTheSimulatorServesIncludingNegativeValues) {
     const QString protocol = GetParam();
     SimLine line;
-    ASSERT_TRUE(line.start(protocol, {{5, "QEL2100"}},
-                           {"--frozen", "--no-noise", "--set", "5:0x0009:0xFF38", "--set", "5:0x000C:-1"}));
+    ASSERT_TRUE(line.start(protocol, {{5, "QEL2100"}}, {"--frozen", "--no-noise", "--set", "5:0x0009:0xFF38", "--set", "5:0x000C:-1"}));
     QTemporaryDir logs;
-    QStringList args = {"--protocol", protocol, "--address", "5", "--model", "QEL2100",   "--dp",     "1,2",
-                        "--pcspeed",  "100",    "--count",   "2", "--json",  "--app-dir", logs.path()};
+    QStringList args = {"--protocol", protocol, "--address", "5", "--model", "QEL2100", "--dp", "1,2",
+                        "--pcspeed", "100", "--count", "2", "--json", "--app-dir", logs.path()};
     if (protocol == QLatin1String("ETH"))
-        args << "--ip"
-             << QStringLiteral("%1.%2")
-                    .arg(line.hostBase().section('.', 0, 2))
-                    .arg(line.hostBase().section('.', 3).toInt() + 4)
+        args << "--ip" << QStringLiteral("%1.%2").arg(line.hostBase().section('.', 0, 2)).arg(line.hostBase().section('.', 3).toInt() + 4)
              << "--remote-port" << QString::number(line.port());
     else
         args << "--device" << line.pty();

@@ -6,9 +6,9 @@
 #include "runtime_error.h"
 #include "state.h"
 
-#include <gtest/gtest.h>
 #include <QDir>
 #include <QFile>
+#include <gtest/gtest.h>
 
 using namespace qel;
 
@@ -21,9 +21,8 @@ TEST(MessageLog, OneFilePerChamberNameAndDay) {
     WriteMessageLog(QStringLiteral("  Chamber 1     CH1   START RUN"), 1);
     WriteMessageLog(QStringLiteral("START HOLD"), 2);
     // Folder name in UTF-8, contents in CP949.
-    const QByteArray expected =
-        "20240131 08:15:07    Chamber 1     CH1   START RUN\r\n"
-        "20240131 08:15:07  START HOLD\r\n";
+    const QByteArray expected = "20240131 08:15:07    Chamber 1     CH1   START RUN\r\n"
+                                "20240131 08:15:07  START HOLD\r\n";
     EXPECT_EQ(dir.read(QStringLiteral("Message/항온조 A/20240131_M.log")), expected);
 }
 

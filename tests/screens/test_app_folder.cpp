@@ -1,10 +1,10 @@
 #include "app_folder.h"
 
-#include <gtest/gtest.h>
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <gtest/gtest.h>
 
 using namespace qel;
 

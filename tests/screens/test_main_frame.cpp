@@ -9,8 +9,8 @@
 #include "state.h"
 #include "station_hooks.h"
 
-#include <gtest/gtest.h>
 #include <QStringList>
+#include <gtest/gtest.h>
 
 using namespace qel;
 
@@ -26,14 +26,8 @@ public:
         calls << QString("modal %1").arg(static_cast<int>(f));
         return modalResult;
     }
-    bool startProgram(const QString& p) override {
-        calls << "start " + p;
-        return true;
-    }
-    bool openFile(const QString& p) override {
-        calls << "open " + p;
-        return true;
-    }
+    bool startProgram(const QString& p) override { calls << "start " + p; return true; }
+    bool openFile(const QString& p) override { calls << "open " + p; return true; }
     QString chooseFile(const QString& folder, const QString&) override {
         calls << "choose " + folder;
         return QString();
@@ -59,8 +53,7 @@ protected:
 }  // namespace
 
 TEST(ScreenNo, ByChamberCount) {
-    const int expect[32] = {1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3,
-                            3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 5, 1};
+    const int expect[32] = {1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 5, 1};
     for (int n = 0; n <= 31; ++n) EXPECT_EQ(ScreenNoFor(n), expect[n]) << n;
     EXPECT_EQ(ScreenNoFor(-1), 1);
 }
@@ -146,7 +139,7 @@ TEST_F(Frame, ToolbarGuardsAndTheTimerAroundModalForms) {
     host.modalResult = false;  // the form could not be shown: polling goes on
     frame.toolbarClick(6);
     EXPECT_TRUE(frame.readComm().isActive());
-    host.modalResult = true;  // a shown form stops the timer; its close starts it
+    host.modalResult = true;   // a shown form stops the timer; its close starts it
     frame.toolbarClick(8);
     EXPECT_FALSE(frame.readComm().isActive());
 

@@ -7,11 +7,11 @@
 #include "clock.h"
 #include "comm_settings.h"
 
-#include <gtest/gtest.h>
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <gtest/gtest.h>
 #include <ostream>
 
 // Readable failure messages for bytes (app_dir.h has those for texts).
@@ -45,10 +45,7 @@ QByteArray Crlf(const char* text);
 QByteArray Section(const QByteArray& name, int count, const std::function<QByteArray(int)>& line);
 
 // The sections of a language file and their key counts.
-struct LanguageSectionSize {
-    const char* name;
-    int count;
-};
+struct LanguageSectionSize { const char* name; int count; };
 extern const LanguageSectionSize kLanguageFileLayout[14];
 
 // A complete language file whose entry k of section s reads "<s> <k>/",

@@ -64,16 +64,13 @@ TEST_F(ReadCominiTest, HandWrittenFileLoadsIntoEveryGlobal) {
 // Protocol, RemotePort, Parity, FileSave, Language and DisbuttonRun (the
 // first key behind the language) as the loader left them.
 QString Loaded() {
-    return QStringList{qel::Protocol, QString::number(qel::RemotePort),  qel::Parity, QString::number(qel::FileSave),
-                       qel::Language, QString::number(qel::DisbuttonRun)}
+    return QStringList{qel::Protocol,           QString::number(qel::RemotePort), qel::Parity,
+                       QString::number(qel::FileSave), qel::Language, QString::number(qel::DisbuttonRun)}
         .join(',');
 }
 
 TEST_F(ReadCominiTest, OneKeyChangedLoadsOrStopsTheLoaderKeepingWhatWasRead) {
-    const struct {
-        const char *key, *line, *error, *loaded;
-    } rows[] = {
-        // key null: no file at all
+    const struct { const char *key, *line, *error, *loaded; } rows[] = {  // key null: no file at all
         {"Parity", "", "", "ASC,1502,None,10,KOR,1"},  // absent
         {"Parity", "Parity=", "", "ASC,1502,None,10,KOR,1"},
         {"Parity", "Parity=1", "", "ASC,1502,None,10,KOR,1"},
@@ -82,8 +79,8 @@ TEST_F(ReadCominiTest, OneKeyChangedLoadsOrStopsTheLoaderKeepingWhatWasRead) {
         {"Parity", "Parity=7", "", "ASC,1502,old,10,KOR,1"},  // any other value: unchanged
         {"FileSave", "FileSave=0", "", "ASC,1502,Even,1,KOR,1"},
         {"FileSave", "FileSave=-5", "", "ASC,1502,Even,1,KOR,1"},
-        {"Language", "Language=KORxx", "", "ASC,1502,Even,10,KOR,1"},        // three letters count
-        {"Language", "Language=eng", kInvalid, "ASC,1502,Even,10,eng,0"},    // only "ENG" has a file
+        {"Language", "Language=KORxx", "", "ASC,1502,Even,10,KOR,1"},  // three letters count
+        {"Language", "Language=eng", kInvalid, "ASC,1502,Even,10,eng,0"},  // only "ENG" has a file
         {"Protocol", "Protocol=ETHERNET1/", kInvalid, "old,502,old,30,,0"},  // 9 of 10 read: no "/"
         {"RemotePort", "RemotePort=70000", "OverflowmodFunc.ReadCOMINI", "ASC,502,old,30,,0"},
         {nullptr, "", kInvalid, "old,502,old,30,,0"},  // the default protocol "RTU" has no "/"

@@ -29,25 +29,21 @@ TEST_F(ProfileTest, LookupAndCutOfAHandWrittenFile) {
                         "Ten=123456789/\n"
                         "Quoted=\"ETH/\"\n") +
                        "Kor=" + kOndo + kChamber + "/\r\nLf=one\nCr=two\rLast=four");
-    const struct {
-        const char *section, *key, *def;
-        int size;
-        QString expected;
-    } rows[] = {
-        {"COMMSET", "PROTOCOL", "-", 100, "ETH/"},  // case and blanks do not count, first key wins
-        {"CommSet", "Data Len", "-", 100, "-"},     // only the first section of a name counts
-        {"CommSet", "Orphan", "-", 100, "-"},       // keys before any section belong to none
-        {"A", "Empty", "-", 100, ""},               // present but empty: no default
-        {"B", "K", "dflt  ", 100, "dflt"},          // absent section; blanks behind a default go
-        {"A", "X", "0123456789", 5, "0123"},        // absent key; the default obeys the size too
-        {"A", "Ten", "", 10, "123456789"},          // size - 1 bytes: the "/" is cut away
-        {"A", "Quoted", "", 100, "ETH/"},           // enclosing quotes are dropped
+    const struct { const char *section, *key, *def; int size; QString expected; } rows[] = {
+        {"COMMSET", "PROTOCOL", "-", 100, "ETH/"},              // case and blanks do not count, first key wins
+        {"CommSet", "Data Len", "-", 100, "-"},                 // only the first section of a name counts
+        {"CommSet", "Orphan", "-", 100, "-"},                   // keys before any section belong to none
+        {"A", "Empty", "-", 100, ""},                           // present but empty: no default
+        {"B", "K", "dflt  ", 100, "dflt"},                      // absent section; blanks behind a default go
+        {"A", "X", "0123456789", 5, "0123"},                    // absent key; the default obeys the size too
+        {"A", "Ten", "", 10, "123456789"},                      // size - 1 bytes: the "/" is cut away
+        {"A", "Quoted", "", 100, "ETH/"},                       // enclosing quotes are dropped
         {"A", "Kor", "", 100, kOndoText + kChamberText + "/"},
         {"A", "Kor", "", 8, kOndoText + kChamberText.left(1)},  // 7 bytes: 3 characters
         {"A", "Kor", "", 6, kOndoText},                         // never half a character
         {"A", "Lf", "", 100, "one"},                            // any line end
-        {"A", "Cr", "", 100, "two"},
-        {"A", "Last", "", 100, "four"},  // or none at all
+        {"A", "Cr", "", 100, "two"},                          
+        {"A", "Last", "", 100, "four"},                         // or none at all
     };
     for (const auto& r : rows)
         EXPECT_EQ(qel::ReadProfileString(r.section, r.key, r.def, qel::kNoBuffer, r.size, path), r.expected)
@@ -60,14 +56,10 @@ TEST_F(ProfileTest, BrokenFilesGiveWhatCanBeFoundAndNeverFail) {
     QByteArray noise;  // every byte value, NULs and lines without "="
     for (int round = 0; round < 64; ++round)
         for (int b = 0; b < 256; ++b) noise.append(static_cast<char>((b * 37 + round) & 0xFF));
-    const struct {
-        QByteArray file;
-        const char* key;
-        QString expected;
-    } rows[] = {
-        {QByteArray("[A]\r\nK=RT\0U/\r\nL=ok\r\n", 21), "K", "RT"},                           // a NUL ends the value
-        {QByteArray("[A]\r\nK=RT\0U/\r\nL=ok\r\n", 21), "L", "ok"},                           // and not the file
-        {"[A]\r\nK=1\r\n[A", "K", "1"},                                                       // cut inside a header
+    const struct { QByteArray file; const char* key; QString expected; } rows[] = {
+        {QByteArray("[A]\r\nK=RT\0U/\r\nL=ok\r\n", 21), "K", "RT"},  // a NUL ends the value
+        {QByteArray("[A]\r\nK=RT\0U/\r\nL=ok\r\n", 21), "L", "ok"},  // and not the file
+        {"[A]\r\nK=1\r\n[A", "K", "1"},                                // cut inside a header
         {"[A]\r\nK=" + kOndo.left(3), "K", kOndoText.left(1) + QChar::ReplacementCharacter},  // or a character
         {noise, "K", "-"},
     };
@@ -84,12 +76,7 @@ TEST_F(ProfileTest, BrokenFilesGiveWhatCanBeFoundAndNeverFail) {
 
 TEST_F(ProfileTest, WriteChangesOnlyTheBytesItMustAndReadsBack) {
     const QByteArray names = "; comment\r\n[Name]\r\n1 = " + kChamber + "1/  \r\n2=B/\n\r\n[Set]\r\nX=1\r\n";
-    const struct {
-        QByteArray before;
-        QString section, key, value;
-        QByteArray after;
-    } rows[] = {
-        // null: no file
+    const struct { QByteArray before; QString section, key, value; QByteArray after; } rows[] = {  // null: no file
         // In place: only the value's bytes change, blanks and a lone LF stay.
         {names, "name", "1", kOndoText + "/",
          "; comment\r\n[Name]\r\n1 = " + kOndo + "/  \r\n2=B/\n\r\n[Set]\r\nX=1\r\n"},

@@ -70,23 +70,19 @@ QByteArray Lamps(const char* word, int chamber, int count, const char* prefix) {
 TEST(LampLayoutTest, DefaultEntriesAtTheLayoutBoundaries) {
     // With Board "0" the second DI/DO board's entries are off; spares past the layout are "=0".
     const auto F2100 = LampForm::Lamp2100, F2200 = LampForm::Lamp2200, F2300 = LampForm::Lamp2300;
-    const struct {
-        LampForm form;
-        int i;
-        const char* entry;
-    } rows[] = {
-        {F2100, 1, "IS 1=1"},   {F2100, 16, "IS 16=1"}, {F2100, 17, "TS 1=1"},   {F2100, 28, "TS 12=1"},
-        {F2100, 29, "AL 1=1"},  {F2100, 36, "AL 8=1"},  {F2100, 37, "SAL 1=1"},  {F2100, 40, "SAL 4=1"},
-        {F2100, 41, "DI 1=1"},  {F2100, 56, "DI 16=1"}, {F2100, 57, "DI 17=0"},  {F2100, 72, "DI 32=0"},
-        {F2100, 73, "D0 1=1"},  {F2100, 88, "D0 16=1"}, {F2100, 89, "D0 17=0"},  {F2100, 104, "D0 32=0"},
-        {F2100, 105, "=0"},     {F2200, 1, "IS 1=1"},   {F2200, 16, "IS 16=1"},  {F2200, 17, "TS 1=1"},
-        {F2200, 28, "TS 12=1"}, {F2200, 29, "AL 1=1"},  {F2200, 36, "AL 8=1"},   {F2200, 37, "DI 1=1"},
-        {F2200, 52, "DI 16=1"}, {F2200, 53, "DI 17=0"}, {F2200, 68, "DI 32=0"},  {F2200, 69, "D0 1=1"},
-        {F2200, 84, "D0 16=1"}, {F2200, 85, "D0 17=0"}, {F2200, 100, "D0 32=0"}, {F2200, 101, "=0"},
-        {F2300, 1, "IS 1=1"},   {F2300, 12, "IS 12=1"}, {F2300, 13, "TS 1=1"},   {F2300, 20, "TS 8=1"},
-        {F2300, 21, "AL 1=1"},  {F2300, 28, "AL 8=1"},  {F2300, 29, "DI 1=1"},   {F2300, 44, "DI 16=1"},
-        {F2300, 45, "DI 17=0"}, {F2300, 60, "DI 32=0"}, {F2300, 61, "D0 1=1"},   {F2300, 76, "D0 16=1"},
-        {F2300, 77, "D0 17=0"}, {F2300, 92, "D0 32=0"}, {F2300, 93, "=0"},       {F2300, 105, "=0"},
+    const struct { LampForm form; int i; const char* entry; } rows[] = {
+        {F2100, 1, "IS 1=1"},    {F2100, 16, "IS 16=1"},  {F2100, 17, "TS 1=1"},    {F2100, 28, "TS 12=1"},
+        {F2100, 29, "AL 1=1"},   {F2100, 36, "AL 8=1"},   {F2100, 37, "SAL 1=1"},   {F2100, 40, "SAL 4=1"},
+        {F2100, 41, "DI 1=1"},   {F2100, 56, "DI 16=1"},  {F2100, 57, "DI 17=0"},   {F2100, 72, "DI 32=0"},
+        {F2100, 73, "D0 1=1"},   {F2100, 88, "D0 16=1"},  {F2100, 89, "D0 17=0"},   {F2100, 104, "D0 32=0"},
+        {F2100, 105, "=0"},      {F2200, 1, "IS 1=1"},    {F2200, 16, "IS 16=1"},   {F2200, 17, "TS 1=1"},
+        {F2200, 28, "TS 12=1"},  {F2200, 29, "AL 1=1"},   {F2200, 36, "AL 8=1"},    {F2200, 37, "DI 1=1"},
+        {F2200, 52, "DI 16=1"},  {F2200, 53, "DI 17=0"},  {F2200, 68, "DI 32=0"},   {F2200, 69, "D0 1=1"},
+        {F2200, 84, "D0 16=1"},  {F2200, 85, "D0 17=0"},  {F2200, 100, "D0 32=0"},  {F2200, 101, "=0"},
+        {F2300, 1, "IS 1=1"},    {F2300, 12, "IS 12=1"},  {F2300, 13, "TS 1=1"},    {F2300, 20, "TS 8=1"},
+        {F2300, 21, "AL 1=1"},   {F2300, 28, "AL 8=1"},   {F2300, 29, "DI 1=1"},    {F2300, 44, "DI 16=1"},
+        {F2300, 45, "DI 17=0"},  {F2300, 60, "DI 32=0"},  {F2300, 61, "D0 1=1"},    {F2300, 76, "D0 16=1"},
+        {F2300, 77, "D0 17=0"},  {F2300, 92, "D0 32=0"},  {F2300, 93, "=0"},        {F2300, 105, "=0"},
     };
     for (const auto& r : rows)
         EXPECT_EQ(qel::DefaultLampEntry(r.form, r.i, "0"), r.entry) << static_cast<int>(r.form) << " " << r.i;
@@ -119,12 +115,8 @@ TEST_F(TableTest, LampFormShowsTheFlagsAndHidesTheSecondDiBoardWithBoardZero) {
     table[2] = "IS 2=0";
     table[3] = "IS 3";  // no flag: off
     // Shown and on, by Board: "0" hides DI 17..32 only, any other value but "1" sets none.
-    const struct {
-        const char* board;
-        int i;
-        const char* shownOn;
-    } rows[] = {
-        {"1", 1, "11"},  {"1", 2, "10"},  {"1", 3, "10"},  {"1", 57, "11"}, {"0", 56, "11"},
+    const struct { const char* board; int i; const char* shownOn; } rows[] = {
+        {"1", 1, "11"}, {"1", 2, "10"}, {"1", 3, "10"}, {"1", 57, "11"}, {"0", 56, "11"},
         {"0", 57, "00"}, {"0", 72, "00"}, {"0", 89, "11"}, {"", 1, "10"},
     };
     for (const auto& r : rows) {
@@ -149,10 +141,9 @@ TEST_F(TableTest, LampStoreWritesEveryEntryAndFillsThePageFromTheFirstLamp) {
     EXPECT_EQ(errorLines(), QStringList());
     EXPECT_EQ(table[1], "L1=0");
     EXPECT_EQ(table[5], "NoFlag=1");
-    const QByteArray stored =
-        other + Section("QEL2100_7", 105, [&](int i) {
-            return LampKey(i) + "=" + (i == 5 ? "NoFlag" : "L" + QByteArray::number(i)) + (on[i] ? "=1/" : "=0/");
-        });
+    const QByteArray stored = other + Section("QEL2100_7", 105, [&](int i) {
+        return LampKey(i) + "=" + (i == 5 ? "NoFlag" : "L" + QByteArray::number(i)) + (on[i] ? "=1/" : "=0/");
+    });
     EXPECT_EQ(read("SetLamp_2100.ini"), stored);
 }
 

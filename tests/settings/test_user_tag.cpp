@@ -43,25 +43,13 @@ QByteArray UserTagFile(const QMap<QByteArray, QByteArray>& own = {}) {
 using UserTagTest = SettingsTest;
 
 TEST_F(UserTagTest, HandWrittenTableLoads) {
-    write("SetUserTag.ini", UserTagFile({{"Set/MAX_CHAMBER_NO", "3"},
-                                         {"Set/Chamber 01", "1"},
-                                         {"Set/Chamber 02", "2"},
-                                         {"AddNo/AddressNo 02", "17"},
-                                         {"Name/1", kChamberCp949 + "1/"},
-                                         {"Name/2", "Lab/B/"},
-                                         {"IPAddNo/1", "192.168.0.5E"},
-                                         {"IPAddNo/2", "HOSTE.localE"},
-                                         {"Model/1", "QEL2000/"},
-                                         {"Model/2", "QEL2100/"},
-                                         {"Model/3", "QEL2400/"},
-                                         {"Model/4", "QEL2300/"},
-                                         {"Model/5", "QEL9999/"},
-                                         {"Board/1", "1"},
-                                         {"MODEL_ZZ/2", "1"},
-                                         {"SDP_1/1", "00/"},
-                                         {"SDP_2/1", "/"},
-                                         {"UNIT_1/1", kCelsiusCp949 + "/"},
-                                         {"UNIT_3/30", "kPa/"}}));
+    write("SetUserTag.ini",
+          UserTagFile({{"Set/MAX_CHAMBER_NO", "3"}, {"Set/Chamber 01", "1"}, {"Set/Chamber 02", "2"},
+                       {"AddNo/AddressNo 02", "17"}, {"Name/1", kChamberCp949 + "1/"}, {"Name/2", "Lab/B/"},
+                       {"IPAddNo/1", "192.168.0.5E"}, {"IPAddNo/2", "HOSTE.localE"}, {"Model/1", "QEL2000/"},
+                       {"Model/2", "QEL2100/"}, {"Model/3", "QEL2400/"}, {"Model/4", "QEL2300/"},
+                       {"Model/5", "QEL9999/"}, {"Board/1", "1"}, {"MODEL_ZZ/2", "1"}, {"SDP_1/1", "00/"},
+                       {"SDP_2/1", "/"}, {"UNIT_1/1", kCelsiusCp949 + "/"}, {"UNIT_3/30", "kPa/"}}));
     qel::ReadUserTag();
 
     EXPECT_EQ(errorLines(), QStringList());
@@ -85,17 +73,12 @@ TEST_F(UserTagTest, HandWrittenTableLoads) {
 TEST_F(UserTagTest, TextWithoutItsTerminatorStopsTheLoaderKeepingWhatWasRead) {
     const QByteArray name30 = QByteArray(29, 'N') + "/", name31 = QByteArray(30, 'N') + "/";
     // `loaded`: Name, IP and Model of chambers 1 and 2.
-    const struct {
-        bool file;
-        QMap<QByteArray, QByteArray> own;
-        bool fails;
-        QString loaded;
-    } rows[] = {
+    const struct { bool file; QMap<QByteArray, QByteArray> own; bool fails; QString loaded; } rows[] = {
         {true, {{"Name/2", name30}}, false, "C1,10.0.0.1,QEL2200," + QString(29, 'N') + ",10.0.0.2,QEL2200"},
         {true, {{"Name/2", name31}}, true, "C1,10.0.0.1,QEL2200,1,,"},  // 30 bytes read: "/" cut away
         {true, {{"IPAddNo/2", "10.0.0.2"}}, true, "C1,10.0.0.1,QEL2200,C2,,"},
         {true, {{"Name/2", ""}}, true, "C1,10.0.0.1,QEL2200,1,,"},  // the default "1" has no "/"
-        {false, {}, true, "1,,,1,,"},                               // no file: chamber 1's Name
+        {false, {}, true, "1,,,1,,"},                                // no file: chamber 1's Name
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.loaded.toStdString());
@@ -103,8 +86,8 @@ TEST_F(UserTagTest, TextWithoutItsTerminatorStopsTheLoaderKeepingWhatWasRead) {
         QFile::remove(app.file("SetUserTag.ini"));
         if (r.file) write("SetUserTag.ini", UserTagFile(r.own));
         qel::ReadUserTag();
-        EXPECT_EQ(errorLines(),
-                  r.fails ? QStringList{"Invalid procedure call or argumentmodFunc.ReadUserTag"} : QStringList());
+        EXPECT_EQ(errorLines(), r.fails ? QStringList{"Invalid procedure call or argumentmodFunc.ReadUserTag"}
+                                        : QStringList());
         const QStringList loaded{qel::ChamberName[0], qel::ChamberIP[0], qel::ChamberModel[0],
                                  qel::ChamberName[1], qel::ChamberIP[1], qel::ChamberModel[1]};
         EXPECT_EQ(loaded.join(','), r.loaded);
@@ -130,11 +113,8 @@ TEST_F(UserTagTest, ChamberTableIsWrittenRowByRowInTheKeyOrderOfTheForm) {
             const QByteArray n = QByteArray::number(c), nn = n.rightJustified(2, '0');
             if (s == "Set") return "Chamber " + nn + "=" + (r.used ? n : "0");
             if (s == "AddNo") return "AddressNo " + nn + "=" + r.address.toLatin1();
-            const QString v = s == "Board"      ? r.board
-                              : s == "MODEL_ZZ" ? r.variant
-                              : s == "Name"     ? r.name + "/"
-                              : s == "IPAddNo"  ? r.ip + "E"
-                                                : r.model + "/";
+            const QString v = s == "Board" ? r.board : s == "MODEL_ZZ" ? r.variant
+                            : s == "Name"  ? r.name + "/" : s == "IPAddNo" ? r.ip + "E" : r.model + "/";
             return n + "=" + v.toLatin1();
         });
         if (s == "Set") expected += "MAX_CHAMBER_NO=2\r\n";

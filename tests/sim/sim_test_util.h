@@ -56,12 +56,10 @@ public:
     QByteArray read(int n, int ms) {
         QByteArray got;
         char buf[512];
-        SpinUntil(
-            [&] {
-                for (ssize_t k; (k = ::read(fd_, buf, sizeof buf)) > 0;) got.append(buf, static_cast<qsizetype>(k));
-                return n > 0 ? got.size() >= n : got.endsWith("\r\n");
-            },
-            ms);
+        SpinUntil([&] {
+            for (ssize_t k; (k = ::read(fd_, buf, sizeof buf)) > 0;) got.append(buf, static_cast<qsizetype>(k));
+            return n > 0 ? got.size() >= n : got.endsWith("\r\n");
+        }, ms);
         return got;
     }
 

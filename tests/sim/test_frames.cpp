@@ -11,11 +11,7 @@ using namespace qelsim;
 using simtest::H;
 
 // address: the unit id on TCP; wire: hex, or the text of an ASCII frame.
-struct WireRow {
-    Framing framing;
-    uint8_t address;
-    const char *pdu, *wire;
-};
+struct WireRow { Framing framing; uint8_t address; const char *pdu, *wire; };
 void PrintTo(const WireRow& row, std::ostream* os) { *os << row.wire; }
 
 class Wire : public ::testing::TestWithParam<WireRow> {};
@@ -44,31 +40,28 @@ TEST_P(Wire, FrameMatchesTheTableAndReadsBack) {
 
 // CRC low byte first. LRC: two's complement of the byte sum, e.g.
 // 01+03+00+00+00+01 = 05 -> FB; 11+03+00+6B+00+03 = 82 -> 7E.
-INSTANTIATE_TEST_SUITE_P(Table, Wire,
-                         ::testing::Values(WireRow{Framing::Rtu, 0x01, "030000000A", "01030000000AC5CD"},
-                                           WireRow{Framing::Rtu, 0x01, "0300000001", "010300000001840A"},
-                                           WireRow{Framing::Rtu, 0x11, "03006B0003", "1103006B00037687"},
-                                           WireRow{Framing::Rtu, 0x01, "0600010003", "010600010003980B"},
-                                           WireRow{Framing::Rtu, 0x02, "03039C0052", "0203039C0052046E"},
-                                           WireRow{Framing::Rtu, 0x01, "AB01", "01AB019EF0"},
-                                           WireRow{Framing::Rtu, 0x01, "8304", "01830440F3"},
-                                           WireRow{Framing::Ascii, 0x01, "0300000001", ":010300000001FB\r\n"},
-                                           WireRow{Framing::Ascii, 0x11, "03006B0003", ":1103006B00037E\r\n"},
-                                           WireRow{Framing::Ascii, 0x01, "0600650004", ":01060065000490\r\n"},
-                                           // transaction 1234, protocol 0, length = unit + pdu bytes, unit
-                                           WireRow{Framing::Tcp, 0x01, "0300020078", "123400000006010300020078"},
-                                           WireRow{Framing::Tcp, 0xFF, "8304", "123400000003FF8304"}));
+INSTANTIATE_TEST_SUITE_P(
+    Table, Wire,
+    ::testing::Values(WireRow{Framing::Rtu, 0x01, "030000000A", "01030000000AC5CD"},
+                      WireRow{Framing::Rtu, 0x01, "0300000001", "010300000001840A"},
+                      WireRow{Framing::Rtu, 0x11, "03006B0003", "1103006B00037687"},
+                      WireRow{Framing::Rtu, 0x01, "0600010003", "010600010003980B"},
+                      WireRow{Framing::Rtu, 0x02, "03039C0052", "0203039C0052046E"},
+                      WireRow{Framing::Rtu, 0x01, "AB01", "01AB019EF0"},
+                      WireRow{Framing::Rtu, 0x01, "8304", "01830440F3"},
+                      WireRow{Framing::Ascii, 0x01, "0300000001", ":010300000001FB\r\n"},
+                      WireRow{Framing::Ascii, 0x11, "03006B0003", ":1103006B00037E\r\n"},
+                      WireRow{Framing::Ascii, 0x01, "0600650004", ":01060065000490\r\n"},
+                      // transaction 1234, protocol 0, length = unit + pdu bytes, unit
+                      WireRow{Framing::Tcp, 0x01, "0300020078", "123400000006010300020078"},
+                      WireRow{Framing::Tcp, 0xFF, "8304", "123400000003FF8304"}));
 
 TEST(Framing, RequestLengthByFunctionAndDamagedInput) {
     // 0: not known yet; -1: only a pause on the line ends the request.
-    const struct {
-        const char* head;
-        int length;
-    } lengths[] = {
-        {"", 0},           {"01", 0},
-        {"0103", 8},       {"0106", 8},
-        {"0110007000", 0}, {"01100070000306", 15},  // address, function, start, count, byte count, 6 data bytes, CRC
-        {"012B", -1},      {"0104", -1}};
+    const struct { const char* head; int length; } lengths[] = {
+        {"", 0},   {"01", 0},   {"0103", 8}, {"0106", 8}, {"0110007000", 0},
+        {"01100070000306", 15},  // address, function, start, count, byte count, 6 data bytes, CRC
+        {"012B", -1}, {"0104", -1}};
     for (const auto& row : lengths) EXPECT_EQ(RtuRequestLength(H(row.head)), row.length) << row.head;
 
     // Damaged ASCII decodes to nothing, so no reply can come of it.

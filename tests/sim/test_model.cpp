@@ -40,10 +40,7 @@ void After(Chamber& c, int seconds) { c.step(c.now().addSecs(seconds)); }
 
 TEST(Model, RepliesByFunctionAndCount) {
     // The reply starts with head and has size bytes; none at all for an empty head.
-    const struct {
-        const char *request, *head;
-        int size;
-    } rows[] = {
+    const struct { const char *request, *head; int size; } rows[] = {
         {"0300020001", "0302", 4},
         {"0300020078", "03F0", 242},  // the station's poll block, 120 registers
         {"0300000080", "0300", 258},  // byte count is (2 * count) & 0xFF; all the data follows
@@ -73,19 +70,14 @@ TEST(Model, RepliesByFunctionAndCount) {
 TEST(Model, KeysChangeTheStatusOfTheirChannelOnly) {
     // Keys: 1 run, 2 hold, 3 step, 4 stop, 5 user key; other values are
     // ignored. Status low byte: 1 fixed run, 2 program run, 4 hold.
-    struct Row {
-        int channel;
-        bool fixed;
-        std::vector<int> keys;
-        int status, segment, user;
-    };  // fixed: FixMode 1
+    struct Row { int channel; bool fixed; std::vector<int> keys; int status, segment, user; };  // fixed: FixMode 1
     const Row rows[] = {
-        {1, false, {1}, 2, 1, 0},       {1, false, {1, 2}, 6, 1, 0}, {1, false, {1, 2, 2}, 2, 1, 0},
-        {1, false, {1, 2, 1}, 2, 1, 0}, {1, false, {1, 3}, 2, 2, 0}, {1, false, {1, 3, 4}, 0, 0, 0},
-        {1, false, {2}, 0, 0, 0},       {1, true, {1}, 1, 0, 0},     {1, true, {1, 3}, 1, 0, 0},
-        {1, false, {5}, 0, 0, 1},       {1, false, {5, 5}, 0, 0, 0}, {1, false, {9, 0}, 0, 0, 0},
-        {2, false, {1}, 2, 1, 0},       {2, false, {1, 2}, 6, 1, 0}, {2, false, {1, 3}, 2, 2, 0},
-        {2, true, {1}, 1, 0, 0},        {2, false, {1, 4}, 0, 0, 0}, {2, false, {5}, 0, 0, 1},
+        {1, false, {1}, 2, 1, 0},       {1, false, {1, 2}, 6, 1, 0},    {1, false, {1, 2, 2}, 2, 1, 0},
+        {1, false, {1, 2, 1}, 2, 1, 0}, {1, false, {1, 3}, 2, 2, 0},    {1, false, {1, 3, 4}, 0, 0, 0},
+        {1, false, {2}, 0, 0, 0},       {1, true, {1}, 1, 0, 0},        {1, true, {1, 3}, 1, 0, 0},
+        {1, false, {5}, 0, 0, 1},       {1, false, {5, 5}, 0, 0, 0},    {1, false, {9, 0}, 0, 0, 0},
+        {2, false, {1}, 2, 1, 0},       {2, false, {1, 2}, 6, 1, 0},    {2, false, {1, 3}, 2, 2, 0},
+        {2, true, {1}, 1, 0, 0},        {2, false, {1, 4}, 0, 0, 0},    {2, false, {5}, 0, 0, 1},
     };
     const int status[] = {0x0004, 0x0006}, segment[] = {0x0024, 0x0026}, user[] = {0x0048, 0x0049},
               key[] = {0x0065, 0x0066}, fixMode[] = {0x006E, 0x0075}, endDate[] = {0x039C, 0x03A6};

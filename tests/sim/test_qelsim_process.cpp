@@ -106,17 +106,9 @@ TEST(QelsimProgram, TcpStdinCommandsAndPymodbus) {
     };
     // Frozen, the status holds hold + wait as set; bad lines say why and change nothing.
     const std::pair<const char*, const char*> commands[] = {
-        {"freeze 1", "ok"},
-        {"set 1 0x0004 0x44", "ok"},
-        {"get 1 4", "ok 68"},
-        {"get 1", "error: "},
-        {"get 1 0xFFFF 2", "error: "},
-        {"set 1 9 70000", "error: "},
-        {"set 9 9 9", "error: "},
-        {"stop 99", "error: "},
-        {"key 1 2 1", "error: "},
-        {"delay 1 x", "error: "},
-        {"nonsense", "error: unknown command \"nonsense\""},
+        {"freeze 1", "ok"},         {"set 1 0x0004 0x44", "ok"}, {"get 1 4", "ok 68"},       {"get 1", "error: "},
+        {"get 1 0xFFFF 2", "error: "}, {"set 1 9 70000", "error: "}, {"set 9 9 9", "error: "}, {"stop 99", "error: "},
+        {"key 1 2 1", "error: "},  {"delay 1 x", "error: "},   {"nonsense", "error: unknown command \"nonsense\""},
     };
     for (const auto& [line, reply] : commands) EXPECT_TRUE(sim.command(line).startsWith(reply)) << line;
     EXPECT_EQ(ask(11), simtest::H("0001000000050103020044"));

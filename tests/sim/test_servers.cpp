@@ -130,12 +130,7 @@ INSTANTIATE_TEST_SUITE_P(Rtu, SerialFaults, ::testing::Values(Framing::Rtu));
 TEST_P(SerialFaults, EachModeHasItsEffect) {
     ASSERT_TRUE(slave->open());
     const QByteArray good = H("0103020000B844");
-    const struct {
-        FaultMode mode;
-        const char* head;
-        int size;
-    } rows[] = {
-        // the reply starts with head
+    const struct { FaultMode mode; const char* head; int size; } rows[] = {  // the reply starts with head
         {FaultMode::Normal, "0103020000B844", 7}, {FaultMode::Silent, "", 0},
         {FaultMode::BadCrc, "0103020000", 7},     {FaultMode::Short, "010302", 3},
         {FaultMode::Exception, "01830440F3", 5},  {FaultMode::Garbage, "", 7},

@@ -1,7 +1,7 @@
 // Test main for widget tests: a QApplication, on the offscreen platform
 // unless the environment names another (Xvfb for screenshots).
-#include <gtest/gtest.h>
 #include <QApplication>
+#include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -1,7 +1,7 @@
 // Test main: an event loop exists, as in the station, so sockets, serial
 // ports and WaitSec behave as they do in the program.
-#include <gtest/gtest.h>
 #include <QCoreApplication>
+#include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
