@@ -4,6 +4,7 @@
 #include "captions.h"
 #include "language.h"
 #include "line_view.h"
+#include "link.h"
 #include "state.h"
 
 #include <QApplication>
@@ -64,12 +65,15 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), op_(this) {
         panels_[p]->setFrameStyle(QFrame::Panel | QFrame::Sunken);
         statusBar()->addWidget(panels_[p], p == 0 ? 4 : 1);
     }
+    // The serial layer's own box ("...Serial port error") shows over the frame.
+    previousBox_ = ShowMessageBox;
+    ShowMessageBox = [this](const QString& text) { op_.message(QCoreApplication::applicationName(), text); };
     connect(frame_, &MainFrame::tickDone, this, &MainWindow::refresh);
     connect(frame_, &MainFrame::stateChanged, this, &MainWindow::refresh);
     resize(1100, 700);
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow() { ShowMessageBox = previousBox_; }
 
 void MainWindow::caption() {
     const QString title = Lang(QString::fromLatin1(captions::kMainSection), captions::kMainTitle);

@@ -8,6 +8,7 @@
 #include <QAction>
 #include <QMainWindow>
 #include <array>
+#include <functional>
 
 class QLabel;
 class QMdiArea;
@@ -55,6 +56,7 @@ private:
     LineView* lineView_ = nullptr;
     QMdiSubWindow* page_ = nullptr;
     ChamberView* chamberView_ = nullptr;
+    std::function<void(const QString&)> previousBox_;
 };
 
 }  // namespace qel
