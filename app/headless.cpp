@@ -5,6 +5,7 @@
 #include "main_frame.h"
 #include "record_json.h"
 #include "state.h"
+#include "value_text.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -55,16 +56,6 @@ public:
     void closeFrame() override {}
 };
 
-QString StateText(int c) {
-    if (CommError[c] != 0) return QStringLiteral("LOST");
-    const int s = Chamber[c].Status[0];
-    if (s == 0) return QStringLiteral("stop");
-    if (s & 4) return QStringLiteral("hold");
-    if (s & 64) return QStringLiteral("wait");
-    if (s & 3) return QStringLiteral("run");
-    return QString::number(s);
-}
-
 void PrintTable(int tick) {
     std::printf("tick %d\n", tick);
     for (int c = 0; c < std::min<int>(MaxChamberNo, kMaxChambers); ++c) {
@@ -73,12 +64,12 @@ void PrintTable(int tick) {
                            .arg(c + 1, 2)
                            .arg(ChamberName[c].left(12), -12)
                            .arg(ChamberModel[c], -7)
-                           .arg(StateText(c), -4);
+                           .arg(StateWord(c + 1, 1), -8);
         for (int k = 0; k < std::max<int>(1, r.ChannelCount); ++k)
             line += QStringLiteral("  CH%1 PV %2 SP %3")
                         .arg(k + 1)
-                        .arg(r.PV[k], 7, 'f', r.DP[k].size())
-                        .arg(r.SP[k], 7, 'f', r.DP[k].size());
+                        .arg(PVText(c + 1, k + 1), 7)
+                        .arg(ValueText(c + 1, k + 1, r.SP[k]), 7);
         line += QStringLiteral("  fail %1").arg(FailCount[c]);
         std::printf("%s\n", line.toLocal8Bit().constData());
     }

@@ -2,6 +2,7 @@
 
 #include "remote_keys.h"
 #include "state.h"
+#include "value_text.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -14,22 +15,6 @@
 namespace qel {
 
 namespace {
-
-QString StateText(int c, int k) {
-    if (CommError[c] != 0) return QStringLiteral("LOST");
-    const int s = Chamber[c].Status[k];
-    if (s == 0) return QStringLiteral("STOP");
-    if (s & 4) return QStringLiteral("HOLD");
-    if (s & 64) return QStringLiteral("WAIT");
-    if (s & 1) return QStringLiteral("FIX RUN");
-    if (s & 2) return QStringLiteral("PROG RUN");
-    return QString::number(s);
-}
-
-QString Value(int c, double v, int k) {
-    if (CommError[c] != 0) return QStringLiteral("-.-");
-    return QString::number(v, 'f', Chamber[c].DP[k].size());
-}
 
 void SetCell(QTableWidget* t, int row, int col, const QString& text, bool lost) {
     QTableWidgetItem* item = t->item(row, col);
@@ -71,12 +56,12 @@ void LineView::refresh() {
         SetCell(table_, c, 0, QString::number(c + 1), false);
         SetCell(table_, c, 1, ChamberName[c], false);
         SetCell(table_, c, 2, ChamberModel[c], false);
-        SetCell(table_, c, 3, StateText(c, 0), lost);
-        SetCell(table_, c, 4, Value(c, Chamber[c].PV[0], 0), lost);
-        SetCell(table_, c, 5, Value(c, Chamber[c].SP[0], 0), lost);
+        SetCell(table_, c, 3, StateWord(c + 1, 1), lost);
+        SetCell(table_, c, 4, PVText(c + 1, 1), lost);
+        SetCell(table_, c, 5, ValueText(c + 1, 1, Chamber[c].SP[0]), lost);
         const bool two = Channels(c) >= 2;
-        SetCell(table_, c, 6, two ? Value(c, Chamber[c].PV[1], 1) : QString(), lost && two);
-        SetCell(table_, c, 7, two ? Value(c, Chamber[c].SP[1], 1) : QString(), lost && two);
+        SetCell(table_, c, 6, two ? PVText(c + 1, 2) : QString(), lost && two);
+        SetCell(table_, c, 7, two ? ValueText(c + 1, 2, Chamber[c].SP[1]) : QString(), lost && two);
         SetCell(table_, c, 8, QString::number(FailCount[c]), false);
     }
 }
@@ -132,9 +117,9 @@ void ChamberView::refresh() {
         const bool lost = CommError[c] != 0;
         const int32_t t = Chamber[c].RunTime[k];
         SetCell(table_, k, 0, QStringLiteral("CH%1").arg(k + 1), false);
-        SetCell(table_, k, 1, StateText(c, k), lost);
-        SetCell(table_, k, 2, Value(c, Chamber[c].PV[k], k), lost);
-        SetCell(table_, k, 3, Value(c, Chamber[c].SP[k], k), lost);
+        SetCell(table_, k, 1, StateWord(chamber_, k + 1), lost);
+        SetCell(table_, k, 2, PVText(chamber_, k + 1), lost);
+        SetCell(table_, k, 3, ValueText(chamber_, k + 1, Chamber[c].SP[k]), lost);
         SetCell(table_, k, 4, lost ? QStringLiteral("-.-") : QString::number(Chamber[c].MV[k], 'f', 1), lost);
         SetCell(table_, k, 5,
                 QStringLiteral("%1:%2:%3")
