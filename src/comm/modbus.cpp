@@ -185,6 +185,14 @@ QString EthExchange(const QString& expect, int16_t chamber, const QString& body,
     return reply;
 }
 
+// A run-time failure inside the exchange: the chamber is lost and the frame
+// so far goes to the error log.
+void LostInTheMiddle(int16_t chamber, const QString& what, const QString& body, const QString& soFar) {
+    if (chamber >= 1 && chamber <= kMaxChambers) CommError[chamber - 1] = -1;
+    ErrorTail(what, QStringLiteral("ADR:") + QString::number(chamber) + QStringLiteral(" 송") + body +
+                        QStringLiteral(" 수:") + soFar);
+}
+
 }  // namespace
 
 void CalcCRC(const QString& text) {
@@ -219,11 +227,6 @@ QString AddressDigits(int16_t chamber) {
     return Dec2Hex(static_cast<float>(Val(ChamberAddress[ChamberIndex(chamber)])), 0, chamber).right(2);
 }
 
-QByteArray RtuFrame(const QString& addressDigits, const QString& body) {
-    CalcCRC(addressDigits + body);
-    return FrameBytes;
-}
-
 QByteArray AsciiFrame(int address, const QString& addressDigits, const QString& body) {
     return (QStringLiteral(":") + addressDigits + body + ModbusLRC(address, body) + QStringLiteral("\r\n")).toLatin1();
 }
@@ -243,14 +246,12 @@ QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, 
         CommError[ChamberIndex(chamber)] = -1;
         MarkCheck(chamber);
         return QString();
+    } catch (const RuntimeError& e) {
+        LostInTheMiddle(chamber, e.description(), body, soFar);
     } catch (const std::exception& e) {
-        const QString what = dynamic_cast<const RuntimeError*>(&e) ? static_cast<const RuntimeError&>(e).description()
-                                                                   : QString::fromUtf8(e.what());
-        if (chamber >= 1 && chamber <= kMaxChambers) CommError[chamber - 1] = -1;
-        ErrorTail(what, QStringLiteral("ADR:") + QString::number(chamber) + QStringLiteral(" 송") + body +
-                            QStringLiteral(" 수:") + soFar);
-        return QString();
+        LostInTheMiddle(chamber, QString::fromUtf8(e.what()), body, soFar);
     }
+    return QString();
 }
 
 }  // namespace qel

@@ -34,7 +34,6 @@ QString ModbusLRC(int address, const QString& body);
 QString AddressDigits(int16_t chamber);
 
 // Frames as sent, for the protocol named.
-QByteArray RtuFrame(const QString& addressDigits, const QString& body);
 QByteArray AsciiFrame(int address, const QString& addressDigits, const QString& body);
 QByteArray TcpFrame(const QString& addressDigits, const QString& body);
 

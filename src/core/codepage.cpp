@@ -8,18 +8,13 @@ namespace qel {
 namespace {
 
 // One converter each way, opened once; the station has one thread.
-iconv_t Converter(const char* to, const char* from) {
-    iconv_t cd = iconv_open(to, from);
-    return cd;
-}
-
 iconv_t ToCp949() {
-    static iconv_t cd = Converter("CP949", "UTF-8");
+    static iconv_t cd = iconv_open("CP949", "UTF-8");
     return cd;
 }
 
 iconv_t FromCp949() {
-    static iconv_t cd = Converter("UTF-8", "CP949");
+    static iconv_t cd = iconv_open("UTF-8", "CP949");
     return cd;
 }
 

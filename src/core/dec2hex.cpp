@@ -42,9 +42,7 @@ QString Scaled(float value, int scale, int16_t chamber, int channel) {
 }  // namespace
 
 QString Dec2Hex(float value, int scale, int16_t chamber) {
-    int channel = static_cast<int>(Val(StatusPanel3));
-    if (scale != -1) channel = 1;  // the panel only matters when scaling
-    return Scaled(value, scale, chamber, channel);
+    return Scaled(value, scale, chamber, static_cast<int>(Val(StatusPanel3)));
 }
 
 QString Dec2Hex2(float value, int scale, int16_t chamber) { return Scaled(value, scale, chamber, 2); }

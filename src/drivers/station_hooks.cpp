@@ -8,5 +8,4 @@ void EnableReadComm(bool on) {
     if (ReadCommTimer.setEnabled) ReadCommTimer.setEnabled(on);
 }
 
-bool ReadCommEnabled() { return ReadCommTimer.isEnabled && ReadCommTimer.isEnabled(); }
 }  // namespace qel

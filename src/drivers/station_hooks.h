@@ -32,10 +32,8 @@ extern StationHooks Hooks;
 // around their own use of the line; unset, switching does nothing.
 struct PollTimerSwitch {
     std::function<void(bool on)> setEnabled;
-    std::function<bool()> isEnabled;
 };
 extern PollTimerSwitch ReadCommTimer;
 void EnableReadComm(bool on);
-bool ReadCommEnabled();
 
 }  // namespace qel

@@ -40,7 +40,6 @@ MainFrame::MainFrame(Operator& op, FrameHost& host, QObject* parent) : QObject(p
         else
             readComm_.stop();
     };
-    ReadCommTimer.isEnabled = [this] { return readComm_.isActive(); };
 }
 
 MainFrame::~MainFrame() { ReadCommTimer = PollTimerSwitch{}; }
