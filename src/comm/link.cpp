@@ -7,6 +7,7 @@
 #include "vbtext.h"
 
 #include <cstdio>
+#include <algorithm>
 #include <cstdlib>
 
 namespace qel {
@@ -14,6 +15,8 @@ namespace qel {
 std::unique_ptr<SerialPort> MSComm1;
 std::array<std::unique_ptr<TcpSocket>, 30> Winsock;
 QString RxText;
+QByteArray RxBytes;
+int RxSocket = -1;
 bool CommTestRunning = false;
 QMap<int, QString> SerialPortDevices;
 std::function<void(const QString&)> ShowMessageBox = [](const QString& text) {
@@ -44,6 +47,8 @@ void RemoveLink() {
     MSComm1.reset();
     for (auto& s : Winsock) s.reset();
     RxText.clear();
+    RxBytes.clear();
+    RxSocket = -1;
 }
 
 int16_t OpenLink() {
@@ -93,15 +98,19 @@ void ClosePort(int16_t /*portNo: kept for the callers, not used*/) {
 void WinsockDataArrival(int chamberIndex, int /*bytesTotal*/) {
     if (chamberIndex < 0 || chamberIndex >= kMaxChambers || !Winsock[chamberIndex]) return;
     // Replies are spaced by at least PCSpeed from the end of the last exchange.
-    while (std::abs(static_cast<int64_t>(AbsTickCount()) - LastTick) <= PCSpeed) {
+    while (!ProgramEnding() && std::abs(static_cast<int64_t>(AbsTickCount()) - LastTick) <= PCSpeed) {
         CurrentClock().sleepMs(1);
         DoEvents();
     }
     LastTick = AbsTickCount();
     if (!Winsock[chamberIndex]) return;  // the link was taken down during the wait
-    const QString hex = QString::fromLatin1(Winsock[chamberIndex]->getData().toHex().toUpper());
-    // A reply in several pieces is joined; only the first carries the header.
-    RxText += RxText.isEmpty() ? hex.mid(12) : hex;
+    const QByteArray data = Winsock[chamberIndex]->getData();
+    if (chamberIndex != RxSocket) return;  // nobody asked: a late or repeated frame
+    // A reply in several pieces is joined. Past the longest reply nothing more
+    // is kept: the reply is refused as too long all the same.
+    constexpr qsizetype kKeep = 1024;
+    RxBytes += data.left(std::max<qsizetype>(0, kKeep - RxBytes.size()));
+    RxText = QString::fromLatin1(RxBytes.toHex().toUpper()).mid(12);
 }
 
 void WinsockError(int chamberIndex, int number, const QString& /*description*/) {

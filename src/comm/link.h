@@ -21,8 +21,14 @@ extern std::unique_ptr<SerialPort> MSComm1;
 extern std::array<std::unique_ptr<TcpSocket>, 30> Winsock;
 
 // Where the sockets' data event leaves a reply, as hexadecimal text behind
-// the six bytes of the transaction header.
+// the six bytes of the transaction header, and the same reply as it came,
+// header included, for checking. Only the socket whose reply an exchange
+// awaits (RxSocket, a chamber index; -1 while none does) fills them: bytes
+// on any other socket, or after the wait, are read and dropped, so that a
+// late or unasked frame is never taken for the reply to a later request.
 extern QString RxText;
+extern QByteArray RxBytes;
+extern int RxSocket;
 
 // True while the set-up form's line test holds the line: with the main port
 // closed, an exchange then gives up at once.

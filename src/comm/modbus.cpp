@@ -4,10 +4,12 @@
 #include "dec2hex.h"
 #include "errorlog.h"
 #include "link.h"
+#include "reply_check.h"
 #include "runtime_error.h"
 #include "state.h"
 #include "vbtext.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace qel {
@@ -44,9 +46,13 @@ int64_t SinceLastTick() { return std::abs(static_cast<int64_t>(AbsTickCount()) -
 
 bool Connecting(int state) { return state == sck::Connecting || state == sck::Connected; }
 
+// A serial read gives up after this many PCSpeed from the send, whatever the
+// line keeps sending: one babbling device must not hold the whole line.
+constexpr int kReadBoundInPCSpeed = 3;
+
 void CountFailure(int16_t chamber, int lostAbove) {
     const int i = ChamberIndex(chamber);
-    ++FailCount[i];
+    if (FailCount[i] < INT16_MAX) ++FailCount[i];  // stays at the top instead of wrapping
     if (FailCount[i] > lostAbove) CommError[i] = -1;
 }
 
@@ -56,12 +62,30 @@ void CountSuccess(int16_t chamber) {
     FailCount[i] = 0;
 }
 
-void Trace(const QDateTime& start, int16_t chamber, const QString& body, const QString& reply) {
+// The exchange trace. `why` stands where the last failure's description goes:
+// empty for a good exchange, the reason a reply was refused otherwise.
+void Trace(const QString& why, const QDateTime& start, int16_t chamber, const QString& body, const QString& reply) {
     if (CommDataSave != 1) return;
-    WriteErrorLog(Format(start.time().msec(), QStringLiteral("000")) + QStringLiteral(" ADR:") +
-                  ChamberAddress[ChamberIndex(chamber)] + QStringLiteral(" 송:") + body + QStringLiteral(" 수:") +
-                  reply);
+    TryWriteErrorLog(why + Format(start.time().msec(), QStringLiteral("000")) + QStringLiteral(" ADR:") +
+                     ChamberAddress[ChamberIndex(chamber)] + QStringLiteral(" 송:") + body + QStringLiteral(" 수:") +
+                     reply);
 }
+
+int AddressByte(int16_t chamber) { return AddressDigits(chamber).toInt(nullptr, 16); }
+
+// The read a body asks for; a body that is no register read is checked for
+// its frame only, with room for the longest reply a register read can have.
+ReadRequest RequestOf(int16_t chamber, const QString& body) {
+    if (const auto r = ReadRequestOf(AddressByte(chamber), body)) return *r;
+    return ReadRequest{AddressByte(chamber), static_cast<int>(Val(QStringLiteral("&H") + Mid(body, 1, 2))), 255};
+}
+
+// The value the caller expects ("&H3F0") against chars 3 to 6 of the reply.
+bool AsExpected(const QString& expect, const QString& reply) {
+    return Val(expect) == Val(QStringLiteral("&H") + Mid(reply, 3, 4));
+}
+
+QString Refused(ReplyFault fault) { return ReplyFaultText(fault) + u' '; }
 
 // Steps common to both serial protocols before the send: returns false when
 // the exchange must leave at once with an empty result.
@@ -79,69 +103,87 @@ bool PrepareSerial(int16_t chamber) {
     return true;
 }
 
+// Collects a serial reply: ends when `complete` says the bytes are a whole
+// reply or more, when nothing is waiting and PCSpeed has passed since the
+// last exchange, or at the read bound. Never sleeps before the round that
+// ends it. False when the program is ending meanwhile.
+template <typename Complete>
+bool ReceiveSerial(QByteArray& bytes, int keep, int64_t sentAt, Complete complete, bool asciiEndsLastTick) {
+    Clock& clock = CurrentClock();
+    for (;;) {
+        if (ProgramEnding()) return false;
+        if (MSComm1->inBufferCount() > 0) {
+            const QByteArray in = MSComm1->input();
+            bytes += in.left(std::max<qsizetype>(0, keep - bytes.size()));
+            if (complete(bytes)) return true;
+        } else if (SinceLastTick() > PCSpeed) {
+            if (asciiEndsLastTick) LastTick = AbsTickCount();
+            return true;
+        }
+        if (clock.elapsedMs() - sentAt > int64_t{kReadBoundInPCSpeed} * PCSpeed) return true;
+        clock.sleepMs(1);
+        DoEvents();
+    }
+}
+
 QString RtuExchange(const QString& expect, int16_t minLen, int16_t chamber, const QString& body, QString& received) {
     const QDateTime start = Now();
-    if (!PrepareSerial(chamber)) return QString();
+    if (!PrepareSerial(chamber) || ProgramEnding()) return QString();
     CalcCRC(AddressDigits(chamber) + body);
     MSComm1->output(FrameBytes);
     if (expect.isEmpty()) {
         WaitSec(2.0 * PCSpeed / 1000.0);
         return QString();
     }
+    const int64_t sentAt = CurrentClock().elapsedMs();
     WaitSec(PCSpeed / 1000.0);
-    for (;;) {
-        if (MSComm1->inBufferCount() > 0) {
-            received += ToHexText(MSComm1->input());
-        } else if (SinceLastTick() > PCSpeed) {
-            break;
-        }
-        CurrentClock().sleepMs(1);
-        DoEvents();
-    }
+    const ReadRequest request = RequestOf(chamber, body);
+    const int whole = RtuReplyBytes(request);
+    QByteArray bytes;
+    if (!ReceiveSerial(bytes, whole + 1, sentAt, [&](const QByteArray& b) { return b.size() >= whole; }, false))
+        return QString();
     LastTick = AbsTickCount();
+    received = ToHexText(bytes);
+    ReplyFault fault = CheckRtuReply(bytes, request);
+    if (fault == ReplyFault::None && (!AsExpected(expect, received) || received.size() < minLen))
+        fault = ReplyFault::Incomplete;
     QString result;
-    if (!received.isEmpty()) {
-        const QString crc = CrcText(received.left(received.size() - 4));
-        if (received.right(4) == crc && Val(expect) == Val(QStringLiteral("&H") + Mid(received, 3, 4)) &&
-            received.size() >= minLen) {
-            result = received;
-            CountSuccess(chamber);
-        }
+    if (fault == ReplyFault::None) {
+        result = received;
+        CountSuccess(chamber);
+    } else {
+        CountFailure(chamber, 2);
     }
-    if (result.isEmpty()) CountFailure(chamber, 2);
-    Trace(start, chamber, body, received);
+    Trace(fault == ReplyFault::None ? QString() : Refused(fault), start, chamber, body, received);
     return result;
 }
 
 QString AscExchange(const QString& expect, int16_t minLen, int16_t chamber, const QString& body, QString& reply) {
     const QDateTime start = Now();
-    if (!PrepareSerial(chamber)) return QString();
+    if (!PrepareSerial(chamber) || ProgramEnding()) return QString();
     const int address = static_cast<int>(Val(ChamberAddress[ChamberIndex(chamber)]));
     MSComm1->output(AsciiFrame(address, AddressDigits(chamber), body));
     if (expect.isEmpty()) {
         WaitSec(2.0 * PCSpeed / 1000.0);
         return QString();
     }
+    const int64_t sentAt = CurrentClock().elapsedMs();
     WaitSec(PCSpeed / 1000.0);
+    const ReadRequest request = RequestOf(chamber, body);
+    const int whole = AsciiReplyChars(request);
     QByteArray raw;
-    for (;;) {
-        if (MSComm1->inBufferCount() > 0) {
-            raw += MSComm1->input();
-            // The reply text is what follows the leading ":".
-            reply = QString::fromLatin1(raw.mid(1));
-            if (reply.contains(QStringLiteral("\r\n"))) break;  // LastTick stays: the loop ends before the time check
-        } else if (SinceLastTick() > PCSpeed) {
-            LastTick = AbsTickCount();
-            break;
-        }
-        CurrentClock().sleepMs(1);
-        DoEvents();
-    }
-    if (!reply.isEmpty() && Val(expect) == Val(QStringLiteral("&H") + Mid(reply, 3, 4)) && reply.size() >= minLen)
+    // The loop ends at CR LF without touching LastTick, as it always has.
+    auto complete = [&](const QByteArray& b) { return b.size() >= whole || b.contains("\r\n"); };
+    if (!ReceiveSerial(raw, whole + 1, sentAt, complete, true)) return QString();
+    reply = QString::fromLatin1(raw.mid(1));  // the reply text is what follows the leading ":"
+    ReplyFault fault = CheckAsciiReply(raw, request);
+    if (fault == ReplyFault::None && (!AsExpected(expect, reply) || reply.size() < minLen))
+        fault = ReplyFault::Incomplete;
+    if (fault == ReplyFault::None)
         CountSuccess(chamber);
     else
         CountFailure(chamber, 3);
-    Trace(start, chamber, body, reply);
+    Trace(fault == ReplyFault::None ? QString() : Refused(fault), start, chamber, body, reply);
     return reply;  // returned good or bad: callers test FailCount
 }
 
@@ -158,31 +200,56 @@ QString EthExchange(const QString& expect, int16_t chamber, const QString& body,
     if (!Connecting(s->state())) {
         s->close();
         s->setRemoteHost(ChamberIP[i]);
-        s->setRemotePort(RemotePort);
+        s->setRemotePort(static_cast<uint16_t>(RemotePort));
         s->connectToPeer();
         WaitSec(PCSpeed / 1000.0);
     }
+    if (ProgramEnding()) return QString();
+    QByteArray bytes;
+    bool sent = false;
     if (s->state() == sck::Connected) {
-        RxText.clear();  // a late reply to an earlier request is never taken for this one
-        s->sendData(TcpFrame(AddressDigits(chamber), body));
-        WaitSec(PCSpeed / 1000.0);
-        reply = RxText;
-    }
-    if (expect.isEmpty()) {  // a write shows nothing of the line's health
         RxText.clear();
+        RxBytes.clear();
+        RxSocket = i;  // from here on, and only for this socket, data is the reply
+        s->sendData(TcpFrame(AddressDigits(chamber), body));
+        sent = true;
+        WaitSec(PCSpeed / 1000.0);
+        RxSocket = -1;
+        bytes = RxBytes;
+        reply = RxText;
+        RxBytes.clear();
+        RxText.clear();
+    }
+    if (ProgramEnding()) return QString();
+    if (expect.isEmpty()) {  // a write shows nothing of the line's health
+        Trace(QString(), start, chamber, body, reply);
         return QString();
     }
-    if (!reply.isEmpty()) {
+    ReplyFault fault = CheckTcpReply(bytes, RequestOf(chamber, body));
+    if (fault == ReplyFault::None && !AsExpected(expect, reply)) fault = ReplyFault::ByteCount;
+    if (fault == ReplyFault::None) {
         CountSuccess(chamber);
         StatusPanel1.clear();
     } else {
         CountFailure(chamber, 3);
         MarkCheck(chamber);
-        WriteErrorLog(QString::number(chamber) + QStringLiteral("   Communication state check"));
+        TryWriteErrorLog(QString::number(chamber) + QStringLiteral("   Communication state check"));
+        // Whatever this request still gets would land in a later one's wait:
+        // a fresh connection carries nothing of it.
+        if (sent && Winsock[i]) Winsock[i]->close();
     }
-    RxText.clear();
-    Trace(start, chamber, body, reply);
-    return reply;
+    Trace(fault == ReplyFault::None ? QString() : Refused(fault), start, chamber, body, reply);
+    return fault == ReplyFault::None ? reply : QString();
+}
+
+// A write to the broadcast address would reach every controller on a
+// serial line; a write to an address that is not a slave's reaches another.
+bool WritableAddress(const QString& text) {
+    const QString t = text.trimmed();
+    bool ok = !t.isEmpty();
+    for (QChar c : t) ok = ok && c.isDigit();
+    const int a = ok ? t.toInt(&ok) : 0;
+    return ok && a >= 1 && a <= 247;
 }
 
 // A run-time failure inside the exchange: the chamber is lost and the frame
@@ -240,10 +307,17 @@ QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, 
                        const QString& body) {
     QString soFar;
     try {
+        if (ProgramEnding()) return QString();
+        const int i = ChamberIndex(chamber);
+        if (expect.isEmpty() && !WritableAddress(ChamberAddress[i])) {
+            TryWriteErrorLog(QStringLiteral("ADR:") + QString::number(chamber) + QStringLiteral(" address \"") +
+                             ChamberAddress[i] + QStringLiteral("\" is no slave address, not sent 송:") + body);
+            return QString();
+        }
         if (Protocol == u"RTU") return RtuExchange(expect, minLen, chamber, body, soFar);
         if (Protocol == u"ASC") return AscExchange(expect, minLen, chamber, body, soFar);
         if (Protocol == u"ETH") return EthExchange(expect, chamber, body, soFar);
-        CommError[ChamberIndex(chamber)] = -1;
+        CommError[i] = -1;
         MarkCheck(chamber);
         return QString();
     } catch (const RuntimeError& e) {

@@ -43,11 +43,21 @@ QByteArray TcpFrame(const QString& addressDigits, const QString& body);
 //  minLen: shortest acceptable reply in characters (serial protocols only).
 //  chamber: 1 to 30. addrNo is not read.
 // Waits PCSpeed (twice that for a serial write), yielding to the event loop,
-// so timers and socket events run meanwhile. Keeps FailCount and CommError
-// of the chamber: RTU is lost at the third bad read, ASC and ETH at the
-// fourth; a write never touches them. The result is "" after a failed RTU
-// read and after any write; a bad ASC reply is still returned, so callers
-// test FailCount. A run-time failure inside marks the chamber lost and logs.
+// so timers and socket events run meanwhile. A serial read ends at the
+// latest three PCSpeed after the send, however long the line keeps talking.
+// A read is good only when the complete, normal reply to that very request
+// came: right slave or unit, function, byte count, length and checksum (TCP:
+// transaction and protocol id too); anything else is a failed read, and on
+// TCP the connection is dropped so that nothing late of it is taken for a
+// later reply. Keeps FailCount (stopping at 32767) and CommError of the
+// chamber: RTU is lost at the third failed read, ASC and ETH at the fourth; a
+// write never touches them. A write to a chamber whose address is not 1 to
+// 247 (0 would be the broadcast) is not sent; an error-log line says so.
+// The result is "" after a failed RTU or ETH read and after any write; a bad
+// ASC reply is still returned, so callers test FailCount. A run-time failure
+// inside marks the chamber lost and logs; a trace or log line that cannot be
+// written changes nothing. Once the program is ending it sends nothing and
+// returns "" at once, counting nothing.
 QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, int16_t addrNo, const QString& body);
 
 }  // namespace qel

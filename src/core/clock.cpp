@@ -14,6 +14,7 @@ int64_t SteadyMs() {
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 Clock* g_clock = nullptr;
+bool g_ending = false;
 }  // namespace
 
 SystemClock::SystemClock() : startMs_(SteadyMs()) {}
@@ -48,12 +49,16 @@ void DoEvents() {
     if (QCoreApplication::instance()) QCoreApplication::processEvents(QEventLoop::AllEvents);
 }
 
+void EndProgram() { g_ending = true; }
+bool ProgramEnding() { return g_ending; }
+void ResetProgramEnding() { g_ending = false; }
+
 void WaitSec(double seconds, bool noYield) {
     Clock& clock = CurrentClock();
     const int64_t end = clock.elapsedMs() + static_cast<int64_t>(seconds * 1000.0);
     for (;;) {
         const int64_t left = end - clock.elapsedMs();
-        if (left <= 0) break;
+        if (left <= 0 || g_ending) break;
         clock.sleepMs(static_cast<int>(std::clamp<int64_t>(left, 1, 25)));
         if (!noYield) DoEvents();
     }

@@ -63,4 +63,12 @@ void WaitSec(double seconds, bool noYield = false);
 // One round of the event loop (the receive loops yield with it).
 void DoEvents();
 
+// The program is ending: once set, every wait returns at once and the
+// exchange sends nothing more, so that nothing is written after the last
+// log line of the exit. Set by the exit order; never cleared in a run.
+void EndProgram();
+bool ProgramEnding();
+// For tests that run several station lives in one process.
+void ResetProgramEnding();
+
 }  // namespace qel

@@ -17,19 +17,24 @@ namespace {
 
 bool TryAppend(const QString& filePath, const QByteArray& line, QString& why) {
     QFile f(filePath);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Append)) {
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
         why = f.error() == QFileDevice::OpenError && !QFileInfo(filePath).absoluteDir().exists()
                   ? QString::fromUtf8(err::PathNotFound)
                   : QString::fromUtf8(err::PathFileAccess);
         return false;
     }
+    const qint64 before = f.size();
     const qint64 n = f.write(line);
     const bool flushed = f.flush();
-    f.close();
     if (n != line.size() || !flushed) {
+        // A line is written whole or not at all: what part of it reached the
+        // disk is cut off again, so the next line does not run on from it.
+        f.resize(before);
+        f.close();
         why = QString::fromUtf8(err::DiskFull);
         return false;
     }
+    f.close();
     return true;
 }
 
@@ -52,6 +57,15 @@ QString ErrorLogPath() {
 }
 
 void WriteErrorLog(const QString& text) { AppendLogLine(ErrorLogPath(), text); }
+
+bool TryWriteErrorLog(const QString& text) {
+    try {
+        WriteErrorLog(text);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
 
 void ErrorTail(const QString& description, const QString& logName) {
     const QString text = description + logName;

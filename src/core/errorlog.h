@@ -20,6 +20,11 @@ QString ErrorLogPath();
 // One line in today's error log. Raises RuntimeError when it cannot write.
 void WriteErrorLog(const QString& text);
 
+// The same for lines whose loss must not change what the caller does (the
+// exchange trace, the line of a failed read): false when it could not write.
+// A log that cannot be written never makes a chamber lost.
+bool TryWriteErrorLog(const QString& text);
+
 // The failure frame's tail: writes the description with the routine's log
 // name directly behind it ("Subscript out of rangemodFunc.ReadCOMINI"). It
 // never raises: if even the error log fails, the line goes to stderr.

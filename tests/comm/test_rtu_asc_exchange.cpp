@@ -8,6 +8,8 @@
 #include "modbus.h"
 #include "state.h"
 
+#include <QDir>
+#include <QFile>
 #include <gtest/gtest.h>
 
 using namespace qel;
@@ -164,13 +166,13 @@ TEST_F(SerialExchange, AscGoodReplyKeepsItsTextWithoutTheColon) {
     EXPECT_EQ(port->sent.last(), QByteArray(":01030002007882\r\n"));
 }
 
-TEST_F(SerialExchange, AscDoesNotCheckTheLrcOfAReply) {
+TEST_F(SerialExchange, AscReplyWithAWrongLrcIsAFailedRead) {
     Protocol = "ASC";
     QByteArray reply = AsciiOf(Block1Reply(1));
     reply[reply.size() - 3] = reply[reply.size() - 3] == '0' ? '1' : '0';
     port->reply = [&](const QByteArray&) { return reply; };
-    EXPECT_FALSE(Read().isEmpty());
-    EXPECT_EQ(FailCount[0], 0);
+    Read();
+    EXPECT_EQ(FailCount[0], 1);
 }
 
 TEST_F(SerialExchange, AscBadReplyIsReturnedAndLostAtTheFourth) {
@@ -200,4 +202,109 @@ TEST_F(SerialExchange, RunTimeFailureInsideIsLoggedWithTheFrame) {
     int16_t minLen = 490;
     EXPECT_EQ(ModbusTransact("&H3F0", minLen, 31, 1, "0300020078"), "");
     EXPECT_TRUE(ErrorLog().contains("  Subscript out of rangeADR:31 송0300020078 수:\r\n")) << ErrorLog().toStdString();
+}
+
+// A peer that answers late, between 1.2 and 2 times PCSpeed: its reply
+// lands in the wait of the next request. Whatever that request gets, it
+// must not be the late frame decoded as its own reply.
+TEST_F(SerialExchange, LateReplyIsNeverTakenForTheNextRequest) {
+    for (const char* protocol : {"RTU", "ASC"}) {
+        Protocol = protocol;
+        for (int late : {360, 450, 600}) {
+            port->replyAfterMs = late;
+            port->reply = [&](const QByteArray& req) {
+                // Block 1 asks for 0x78 registers, block 2 for 0x52: answer each in kind.
+                const bool block2 = Protocol == "RTU" ? req.size() > 4 && req[2] == '\x03'
+                                                      : req.mid(5, 4) == "039C";
+                const QByteArray body = block2 ? qeltest::ReadReplyBody(1, 0x39C, 0x52, [](int) { return 0x7E4; })
+                                               : Block1Reply(1);
+                return Protocol == "RTU" ? WithCrc(body) : AsciiOf(body);
+            };
+            FailCount[0] = 0;
+            CommError[0] = 0;
+            int16_t minLen = 334;
+            EXPECT_EQ(ModbusTransact("&H3A4", minLen, 1, 1, "03039C0052"), "") << protocol << late;
+            const QString r = Read();
+            // ASC hands a refused reply back as well; the failure count is what callers test.
+            EXPECT_GE(FailCount[0], 1) << protocol << late;
+            if (Protocol == "RTU") {
+                EXPECT_FALSE(r.startsWith("0103A4")) << late;
+            }
+            clock.advanceMs(1000);  // whatever is still on the wire arrives and is cleared
+            port->replyAfterMs = 0;
+            Read();
+        }
+    }
+}
+
+TEST_F(SerialExchange, ReplyTwiceIsAFailedRead) {
+    for (const char* protocol : {"RTU", "ASC"}) {
+        Protocol = protocol;
+        port->reply = [&](const QByteArray&) {
+            const QByteArray one = Protocol == "RTU" ? WithCrc(Block1Reply(1)) : AsciiOf(Block1Reply(1));
+            return one + one;
+        };
+        FailCount[0] = 0;
+        Read();
+        EXPECT_EQ(FailCount[0], 1) << protocol;
+    }
+}
+
+// Misbehaviours a controller shows on a serial line: each is a failed read,
+// and RTU gives nothing back of it.
+TEST_F(SerialExchange, EveryAbnormalReplyIsAFailedRead) {
+    const QByteArray good = Block1Reply(1);
+    QByteArray otherCount = good;
+    otherCount[2] = static_cast<char>(0xEF);
+    const struct {
+        const char* what;
+        QByteArray body;  // checksum added per framing
+    } rows[] = {
+        {"another slave", Block1Reply(2)},
+        {"exception", FromHex("018304")},
+        {"another function", FromHex("0104F0") + good.mid(3)},
+        {"byte count that does not fit", otherCount},
+        {"header alone", good.left(3)},
+        {"half", good.left(good.size() / 2)},
+    };
+    for (const char* protocol : {"RTU", "ASC"}) {
+        Protocol = protocol;
+        for (const auto& r : rows) {
+            port->reply = [&](const QByteArray&) { return Protocol == "RTU" ? WithCrc(r.body) : AsciiOf(r.body); };
+            FailCount[0] = 0;
+            const QString result = Read();
+            EXPECT_EQ(FailCount[0], 1) << protocol << " " << r.what;
+            if (Protocol == "RTU") {
+                EXPECT_EQ(result, "") << r.what;
+            }
+        }
+    }
+}
+
+// A device that never stops talking holds the line for a bounded time only,
+// and what it sent is not kept without bound.
+TEST_F(SerialExchange, ABabblingLineEndsTheReadAtItsBound) {
+    port->babbleBytes = 64;
+    for (const char* protocol : {"RTU", "ASC"}) {
+        Protocol = protocol;
+        const int64_t before = clock.elapsedMs();
+        FailCount[0] = 0;
+        const QString r = Read();
+        EXPECT_EQ(FailCount[0], 1) << protocol;
+        EXPECT_LE(clock.elapsedMs() - before, 3 * PCSpeed + 50) << protocol;
+        EXPECT_LT(r.size(), 2 * 1200) << protocol;
+    }
+}
+
+// A full disk under the exchange trace: the trace is lost, the chamber's
+// health is not touched.
+TEST_F(SerialExchange, AnUnwritableTraceNeverMakesAChamberLost) {
+    CommDataSave = 1;
+    QDir().mkpath(dir.file("Error"));
+    ASSERT_TRUE(QFile::link("/dev/full", dir.file("Error/20240131_E.log")));
+    port->reply = [](const QByteArray&) { return WithCrc(Block1Reply(1)); };
+    for (int n = 0; n < 5; ++n) EXPECT_FALSE(Read().isEmpty());
+    EXPECT_EQ(FailCount[0], 0);
+    EXPECT_EQ(CommError[0], 0);
+    CommDataSave = 0;
 }

@@ -23,6 +23,7 @@ class Peer {
 public:
     std::function<QByteArray(const QByteArray&)> answer;
     int delayMs = 0;
+    int againAfterMs = -1;  // >= 0: the same reply once more, this long after the first
     bool split = false;
     QList<QByteArray> requests;
 
@@ -46,6 +47,7 @@ public:
                     };
                     if (delayMs == 0) send();
                     else QTimer::singleShot(delayMs, s, send);
+                    if (againAfterMs >= 0) QTimer::singleShot(delayMs + againAfterMs, s, [s, rep] { s->write(rep); });
                 });
             }
         });
@@ -142,4 +144,82 @@ TEST_F(TcpExchange, WriteNeverTouchesCountersNorWritesTheCheckLine) {
     EXPECT_FALSE(ErrorLog().contains("Communication state check"));
     ASSERT_EQ(peer.requests.size(), 1);
     EXPECT_EQ(peer.requests[0], qeltest::FromHex("123400000006010600650004"));
+}
+
+// Misbehaviours of a Modbus/TCP peer: each is a failed read that gives
+// nothing back, with the check line in the error log.
+TEST_F(TcpExchange, EveryAbnormalReplyIsAFailedRead) {
+    auto with = [](int at, char value) {
+        return [at, value](const QByteArray& req) {
+            QByteArray r = Mbap(req, ReadPdu(0));
+            r[at] = value;
+            return r;
+        };
+    };
+    const struct {
+        const char* what;
+        std::function<QByteArray(const QByteArray&)> answer;
+    } rows[] = {
+        {"another transaction id", with(1, 0x35)},
+        {"protocol id 1", with(3, 0x01)},
+        {"another unit id", with(6, 0x02)},
+        {"another function", with(7, 0x04)},
+        {"byte count that does not fit", with(8, static_cast<char>(0xEE))},
+        {"exception", [](const QByteArray& req) { return Mbap(req, qeltest::FromHex("018304")); }},
+        {"header alone", [](const QByteArray& req) { return Mbap(req, qeltest::FromHex("0103F0")); }},
+        {"half", [](const QByteArray& req) { return Mbap(req, ReadPdu(0)).left(120); }},
+        {"64 KB", [](const QByteArray& req) { return Mbap(req, ReadPdu(0)) + QByteArray(65536, '\x5A'); }},
+        {"random bytes", [](const QByteArray&) { return QByteArray::fromHex("9F01C2773A00004455AA019283"); }},
+        {"twice", [](const QByteArray& req) { return Mbap(req, ReadPdu(0)) + Mbap(req, ReadPdu(0)); }},
+    };
+    for (const auto& r : rows) {
+        peer.answer = r.answer;
+        FailCount[0] = 0;
+        CommError[0] = 0;
+        EXPECT_EQ(Read(), "") << r.what;
+        EXPECT_EQ(FailCount[0], 1) << r.what;
+    }
+    EXPECT_EQ(ErrorLog().count("Communication state check"), static_cast<qsizetype>(std::size(rows)));
+}
+
+// A reply that comes 1.2 to 2 times PCSpeed late lands in the wait of the
+// next request; it is never decoded as that request's reply.
+TEST_F(TcpExchange, LateReplyInTheNextRequestsWaitIsDropped) {
+    for (int late : {180, 225, 300}) {
+        int n = 0;
+        peer.answer = [&](const QByteArray& req) { return Mbap(req, ReadPdu(static_cast<uint16_t>(100 * ++n))); };
+        peer.delayMs = late;
+        EXPECT_EQ(Read(), "") << late;
+        peer.delayMs = 0;
+        const QString next = Read();
+        EXPECT_NE(next, Hex(ReadPdu(100))) << late;
+        EXPECT_TRUE(next.isEmpty() || next == Hex(ReadPdu(200))) << late;
+        WaitSec(0.4);
+    }
+}
+
+// A frame that arrives on one chamber's socket while another chamber's
+// reply is awaited belongs to nobody.
+TEST_F(TcpExchange, AFrameOnAnotherChambersSocketIsDropped) {
+    MaxChamberNo = 2;
+    ChamberIP[1] = "127.0.0.1";
+    ChamberAddress[1] = "1";
+    OpenLink();
+    WaitSec(0.05);
+    peer.answer = [](const QByteArray& req) { return Mbap(req, ReadPdu(7)); };
+    peer.againAfterMs = 170;  // the repeat comes while chamber 1 is read
+    int16_t minLen = 490;
+    ModbusTransact("&H3F0", minLen, 2, 1, "0300020078");
+    peer.againAfterMs = -1;
+    peer.answer = [](const QByteArray& req) { return Mbap(req, ReadPdu(0)); };
+    EXPECT_EQ(Read(), Hex(ReadPdu(0)));
+    EXPECT_EQ(FailCount[0], 0);
+}
+
+TEST_F(TcpExchange, WritesAreTracedWhenAskedFor) {
+    CommDataSave = 1;
+    int16_t minLen = 4;
+    ModbusTransact("", minLen, 1, 1, "0600650004");
+    EXPECT_TRUE(ErrorLog().contains(" ADR:1 송:0600650004 수:")) << ErrorLog().toStdString();
+    CommDataSave = 0;
 }

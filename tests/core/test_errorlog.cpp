@@ -5,6 +5,8 @@
 #include "state.h"
 
 #include <QDir>
+#include <csignal>
+#include <sys/resource.h>
 #include <QFile>
 #include <gtest/gtest.h>
 
@@ -48,4 +50,29 @@ TEST(ErrorTail, NeverRaisesWhenTheLogCannotBeWritten) {
     dir.write("Error", "not a folder");
     EXPECT_THROW(WriteErrorLog("x"), RuntimeError);
     EXPECT_NO_THROW(ErrorTail("desc", "name"));
+}
+
+// A disk that fills in the middle of a line: the part that got out is cut
+// off again, so that once there is room the next line starts on its own.
+TEST(ErrorLog, ALineIsWrittenWholeOrNotAtAll) {
+    qeltest::AppDir dir;
+    ManualClock clock(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)));
+    SetClock(&clock);
+    WriteErrorLog("first");
+    const qint64 before = QFile(dir.file("Error/20240131_E.log")).size();
+
+    struct rlimit old {};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit tight = old;
+    tight.rlim_cur = static_cast<rlim_t>(before + 10);  // room for 10 bytes of the next line
+    setrlimit(RLIMIT_FSIZE, &tight);
+    EXPECT_FALSE(TryWriteErrorLog("a line far longer than the room that is left"));
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, oldHandler);
+
+    WriteErrorLog("after");
+    EXPECT_EQ(dir.read("Error/20240131_E.log"),
+              QByteArray("20240131 08:15:07  first\r\n20240131 08:15:07  after\r\n"));
+    SetClock(nullptr);
 }

@@ -1,5 +1,6 @@
 #include "fake_serial.h"
 
+#include "clock.h"
 #include "link.h"
 #include "runtime_error.h"
 
@@ -20,10 +21,32 @@ void FakeSerialPort::setPortOpen(bool open) {
 void FakeSerialPort::output(const QByteArray& bytes) {
     if (!open_) throw qel::RuntimeError(qel::err::PortNotOpen);
     sent.append(bytes);
-    if (reply) pending_ += reply(bytes);
+    if (!reply) return;
+    const QByteArray answer = reply(bytes);
+    if (replyAfterMs <= 0)
+        pending_ += answer;
+    else
+        inFlight_.append({qel::CurrentClock().elapsedMs() + replyAfterMs, answer});
+}
+
+void FakeSerialPort::arrive() {
+    const int64_t now = qel::CurrentClock().elapsedMs();
+    while (!inFlight_.isEmpty() && inFlight_.first().first <= now) pending_ += inFlight_.takeFirst().second;
+}
+
+int FakeSerialPort::inBufferCount() {
+    arrive();
+    if (open_ && babbleBytes > 0) pending_ += QByteArray(babbleBytes, ':');
+    return static_cast<int>(pending_.size());
+}
+
+void FakeSerialPort::clearInBuffer() {
+    arrive();
+    pending_.clear();
 }
 
 QByteArray FakeSerialPort::input() {
+    arrive();
     QByteArray out = pending_;
     pending_.clear();
     return out;

@@ -15,6 +15,11 @@ namespace qeltest {
 class FakeSerialPort : public qel::SerialPort {
 public:
     std::function<QByteArray(const QByteArray& request)> reply;
+    // The reply arrives this many ms (of the current clock) after the request;
+    // a late reply outlives closing the port, as bytes on the wire do.
+    int replyAfterMs = 0;
+    // A device that never stops: every look at the buffer finds this many more bytes.
+    int babbleBytes = 0;
     bool failOpen = false;
     int opens = 0;
     int closes = 0;
@@ -25,15 +30,17 @@ public:
     void setCommPort(int) override {}
     void setSettings(const QString& s) override { settings = s; }
     void setPortOpen(bool open) override;
-    int inBufferCount() override { return static_cast<int>(pending_.size()); }
-    void clearInBuffer() override { pending_.clear(); }
+    int inBufferCount() override;
+    void clearInBuffer() override;
     void clearOutBuffer() override {}
     void output(const QByteArray& bytes) override;
     QByteArray input() override;
 
 private:
+    void arrive();
     bool open_ = false;
     QByteArray pending_;
+    QList<QPair<int64_t, QByteArray>> inFlight_;
 };
 
 // Puts a scripted port in place of the main serial port; the link owns it.
