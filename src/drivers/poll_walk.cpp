@@ -1,5 +1,6 @@
 #include "poll_walk.h"
 
+#include "clock.h"
 #include "errorlog.h"
 #include "qel2000_poll.h"
 #include "runtime_error.h"
@@ -26,12 +27,14 @@ PollBlock BlockOf(const QString& model) {
 
 bool PollWalkRunning() { return g_running; }
 
+bool HasPollBlock(const QString& model) { return BlockOf(model) != nullptr; }
+
 void ReadCommTick() {
     if (g_running) return;
     g_running = true;
     try {
         const int last = std::min<int>(MaxChamberNo, kMaxChambers);
-        for (int16_t c = 1; c <= last; ++c) {
+        for (int16_t c = 1; c <= last && !ProgramEnding(); ++c) {
             const PollBlock block = BlockOf(ChamberModel[c - 1]);
             if (!block) continue;
             block(c);

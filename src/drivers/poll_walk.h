@@ -4,6 +4,8 @@
 // painted as such. Modal forms run the same walk from their own timers.
 #pragma once
 
+#include <QString>
+
 namespace qel {
 
 // A failure ends this tick's walk (logged "MDIfrmMenu.ReadComm_Timer_Err");
@@ -13,5 +15,9 @@ void ReadCommTick();
 
 // True while a walk is under way.
 bool PollWalkRunning();
+
+// True when the walk polls chambers of this model; a chamber of any other
+// model is passed over and must not look healthy.
+bool HasPollBlock(const QString& model);
 
 }  // namespace qel

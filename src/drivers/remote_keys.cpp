@@ -49,11 +49,11 @@ void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = fal
             WriteMessageLog(QStringLiteral("START STEP"), chamber);
         }
         WaitSec(PCSpeed / 1000.0);
-        EnableReadComm(true);
     } catch (const RuntimeError& e) {
-        // On purpose ReadComm stays stopped: the closing form starts it again.
         ErrorTail(e.description(), logName);
     }
+    // Also after a failure: a key must never leave the whole line unpolled.
+    if (!ProgramEnding()) EnableReadComm(true);
 }
 
 }  // namespace

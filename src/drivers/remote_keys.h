@@ -4,9 +4,9 @@
 //
 // Each routine stops ReadComm, waits PCSpeed so an exchange in flight can
 // end, writes, waits PCSpeed again and starts ReadComm. A failure inside is
-// logged under the routine's name and leaves ReadComm stopped until a form
-// starts it again. Nothing is reported to the operator: the next poll shows
-// whether the controller took the key.
+// logged under the routine's name; ReadComm is started again all the same.
+// Nothing is reported to the operator: the next poll shows whether the
+// controller took the key.
 #pragma once
 
 #include <QString>

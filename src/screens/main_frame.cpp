@@ -3,11 +3,13 @@
 #include "captions.h"
 #include "clock.h"
 #include "comm_settings.h"
+#include "config_report.h"
 #include "di_names.h"
 #include "errorlog.h"
 #include "folders.h"
 #include "graph_settings.h"
 #include "language.h"
+#include "link.h"
 #include "poll_walk.h"
 #include "runtime_error.h"
 #include "state.h"
@@ -82,6 +84,10 @@ void MainFrame::loadSteps() {
 }
 
 void MainFrame::load() {
+    // The frame owns the port and the sockets, with a window or without:
+    // they exist before the settings open the link.
+    InstallQtLink();
+    ClearConfigProblems();
     try {
         loadSteps();
     } catch (const RuntimeError& e) {
@@ -169,8 +175,11 @@ bool MainFrame::queryUnload(bool ask) {
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), QStringLiteral("MDIfrmMenu.MDIForm_QueryUnload_Err"));
     }
-    if (!ask) return true;
-    return op_.confirm(QStringLiteral("Program Exit"), MainText(captions::kExitQuestion));
+    if (ask && !op_.confirm(QStringLiteral("Program Exit"), MainText(captions::kExitQuestion))) return false;
+    // From here on nothing more is sent or written: the log line above is the last.
+    readComm_.stop();
+    EndProgram();
+    return true;
 }
 
 }  // namespace qel

@@ -45,15 +45,19 @@ public:
     ~MainFrame() override;
 
     // The start-up order from reading the settings to the first screen, with
-    // AppPath already set. Progress goes to the operator's bar (the splash).
-    // Afterwards the poll timer runs.
+    // AppPath already set: puts the port and sockets in place (unless a test
+    // put its own), reads the settings, which open the link. Progress goes to
+    // the operator's bar (the splash). Afterwards the poll timer runs, and
+    // ConfigProblems() says what was wrong with the settings.
     void load();
 
     // One toolbar key, 1 to 11.
     void toolbarClick(int index);
 
     // The exit order: "User End Program" in the error log, then, when `ask`,
-    // the "Program Exit" question. True when the program may end now.
+    // the "Program Exit" question. True when the program may end now; then
+    // the poll is stopped and the program marked as ending, so that nothing
+    // is sent or written after that line, even by a walk still on the stack.
     bool queryUnload(bool ask);
 
     // The tool tip of a toolbar key, from the language table.

@@ -1,22 +1,37 @@
 #include "value_text.h"
 
+#include "language.h"
+#include "poll_walk.h"
 #include "state.h"
+#include "vbtext.h"
 
 namespace qel {
 
 namespace {
-bool Lost(int chamber) { return CommError[ChamberIndex(chamber)] != 0; }
+
+// The English words, for a station whose language tables are not loaded.
+const char* const kStateWords[] = {"",         "COMM ERROR",   "PROGRAM RUN", "WAIT RUN", "FIX RUN", "HOLD",
+                                   "PROGRAM WAIT", "FIX WAIT", "END",         "FIX STOP", "STOP"};
+
 }  // namespace
 
+QString DeadWord(int chamber) {
+    const int i = ChamberIndex(chamber);
+    if (Val(ChamberUse[i]) == 0) return QStringLiteral("OFF");
+    if (!HasPollBlock(ChamberModel[i])) return QStringLiteral("NOT POLLED");
+    if (CommError[i] != 0) return QStringLiteral("LOST");
+    return QString();
+}
+
 QString ValueText(int chamber, int channel, double value) {
-    if (Lost(chamber)) return QStringLiteral("-.-");
+    if (!DeadWord(chamber).isEmpty()) return QStringLiteral("-.-");
     return QString::number(value, 'f', Chamber[ChamberIndex(chamber)].DP[ChannelIndex(channel)].size());
 }
 
 QString PVText(int chamber, int channel) {
     const ChamberRec& r = Chamber[ChamberIndex(chamber)];
     const int k = ChannelIndex(channel);
-    if (!Lost(chamber)) {
+    if (DeadWord(chamber).isEmpty()) {
         if (r.PVStat[k] & 2) return QStringLiteral("B.OUT");
         if (r.PVStat[k] & 8) return QStringLiteral("+OVER");
         if (r.PVStat[k] & 16) return QStringLiteral("-OVER");
@@ -24,15 +39,41 @@ QString PVText(int chamber, int channel) {
     return ValueText(chamber, channel, r.PV[k]);
 }
 
+int StateKey(int status, int fixMode) {
+    switch (status) {
+        case 1:
+            return 2;
+        case 65:
+            return 3;
+        case 2:
+            return 4;
+        case 5:
+            return 5;
+        case 17:
+            return 6;
+        case 18:
+            return 7;
+        case 0:
+        case 64:
+        case 128:
+        case 192:
+        case 256:
+            if ((status == 128 || status == 192) && fixMode == 0) return 8;
+            return fixMode != 0 ? 9 : 10;
+        default:
+            return 0;
+    }
+}
+
 QString StateWord(int chamber, int channel) {
-    if (Lost(chamber)) return QStringLiteral("LOST");
-    const int s = Chamber[ChamberIndex(chamber)].Status[ChannelIndex(channel)];
-    if (s == 0) return QStringLiteral("STOP");
-    if (s & 4) return QStringLiteral("HOLD");
-    if (s & 64) return QStringLiteral("WAIT");
-    if (s & 1) return QStringLiteral("FIX RUN");
-    if (s & 2) return QStringLiteral("PROG RUN");
-    return QString::number(s);
+    const QString dead = DeadWord(chamber);
+    if (!dead.isEmpty()) return dead;
+    const ChamberRec& r = Chamber[ChamberIndex(chamber)];
+    const int k = ChannelIndex(channel);
+    const int key = StateKey(r.Status[k], r.FixMode[k]);
+    if (key == 0) return QString::number(r.Status[k]);
+    const QString word = Lang(QStringLiteral("PublicForm"), key);
+    return word.isEmpty() ? QString::fromLatin1(kStateWords[key]) : word;
 }
 
 }  // namespace qel

@@ -11,11 +11,27 @@ namespace qel {
 // decimal places.
 QString PVText(int chamber, int channel);
 
-// Any other value of the channel: "-.-" while lost, else with its places.
+// Any other value of the channel: "-.-" while lost or not polled, else with
+// its places.
 QString ValueText(int chamber, int channel, double value);
 
-// The run state of a channel in a word: "STOP", "FIX RUN", "PROG RUN",
-// "HOLD", "WAIT", or "LOST".
+// Why a chamber shows no live values, or "" when it does: "OFF" for a slot
+// switched off, "NOT POLLED" for a model the station has no poll block for
+// (a name outside the five, or a model not served yet), "LOST" after failed
+// reads.
+QString DeadWord(int chamber);
+
+// The key of the run-state word in the "PublicForm" language section, by the
+// controller's status word of a channel: 1 program run (2), 65 wait run (3),
+// 2 fixed run (4), 5 hold (5), 17 program wait (6), 18 fixed wait (7); the
+// stopped states 0, 64, 128, 192, 256 give end (8) for 128 and 192 in
+// program operation, else fixed stop (9) or stop (10) by the fixed-mode
+// word. 0 for any other value: the page leaves its word as it was.
+int StateKey(int status, int fixMode);
+
+// The run state of a channel in a word: the dead word, else the language
+// table's word for StateKey ("PROGRAM RUN", "FIX RUN", ... in English), or
+// the status value as a number where no word is named.
 QString StateWord(int chamber, int channel);
 
 }  // namespace qel
