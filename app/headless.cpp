@@ -1,25 +1,24 @@
 #include "headless.h"
 
 #include "clock.h"
+#include "config_report.h"
+#include "end_signals.h"
 #include "link.h"
 #include "main_frame.h"
+#include "poll_walk.h"
 #include "record_json.h"
 #include "state.h"
 #include "value_text.h"
+#include "vbtext.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QTimer>
-#include <csignal>
 #include <cstdio>
 
 namespace qel {
 
 namespace {
-
-volatile std::sig_atomic_t g_stopSignal = 0;
-
-void OnSignal(int sig) { g_stopSignal = sig; }
 
 void Err(const QString& text) {
     std::fprintf(stderr, "qelstation: %s\n", text.toLocal8Bit().constData());
@@ -56,6 +55,16 @@ public:
     void closeFrame() override {}
 };
 
+// The record as the poll left it, and whether the walk polls the chamber at
+// all: a chamber it passes over keeps the zeros of its empty record.
+QJsonObject ShownJson(int16_t chamber) {
+    QJsonObject o = ChamberRecJson(chamber);
+    const int i = chamber - 1;
+    o[QStringLiteral("Polled")] = Val(ChamberUse[i]) != 0 && HasPollBlock(ChamberModel[i]);
+    o[QStringLiteral("State")] = StateWord(chamber, 1);
+    return o;
+}
+
 void PrintTable(int tick) {
     std::printf("tick %d\n", tick);
     for (int c = 0; c < std::min<int>(MaxChamberNo, kMaxChambers); ++c) {
@@ -81,27 +90,25 @@ void PrintTable(int tick) {
 int RunHeadless(const HeadlessOptions& options) {
     StderrOperator op;
     HeadlessHost host;
-    InstallQtLink();
     MainFrame frame(op, host);
-    std::signal(SIGINT, OnSignal);
-    std::signal(SIGTERM, OnSignal);
 
     int ticks = 0;
     int exitCode = 0;
+    bool ended = false;
     int64_t lastTable = -1000000;
     auto finish = [&](int code) {
-        frame.readComm().stop();
-        frame.queryUnload(false);  // no question without an operator
+        if (ended) return;
+        ended = true;
+        frame.queryUnload(false);  // no question without an operator; nothing is written after it
         exitCode = code;
         QCoreApplication::exit(code);
     };
     QObject::connect(&frame, &MainFrame::tickDone, [&] {
+        if (ended) return;
         ++ticks;
         if (options.json) {
             for (int c = 1; c <= std::min<int>(MaxChamberNo, kMaxChambers); ++c)
-                std::printf(
-                    "%s\n",
-                    QJsonDocument(ChamberRecJson(static_cast<int16_t>(c))).toJson(QJsonDocument::Compact).constData());
+                std::printf("%s\n", QJsonDocument(ShownJson(static_cast<int16_t>(c))).toJson(QJsonDocument::Compact).constData());
             std::fflush(stdout);
         } else if (CurrentClock().elapsedMs() - lastTable >= 1000) {
             lastTable = CurrentClock().elapsedMs();
@@ -109,13 +116,10 @@ int RunHeadless(const HeadlessOptions& options) {
         }
         if (options.cycles > 0 && ticks >= options.cycles) finish(0);
     });
-    QTimer signalWatch;
-    QObject::connect(&signalWatch, &QTimer::timeout, [&] {
-        if (g_stopSignal) finish(0);
-    });
-    signalWatch.start(50);
+    EndOnSignal onSignal([&] { finish(0); });
 
     frame.load();
+    for (const QString& problem : ConfigProblems()) Err(problem);
     if (host.needsSetUp) {
         frame.readComm().stop();
         return 2;

@@ -2,6 +2,8 @@
 // the main frame; with --headless (or no display) it runs the same start-up
 // and poll walk without a window.
 #include "app_folder.h"
+#include "config_report.h"
+#include "end_signals.h"
 #include "headless.h"
 #include "main_window.h"
 #include "splash.h"
@@ -10,6 +12,8 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMessageBox>
 #include <QTimer>
 #include <cstdio>
@@ -23,6 +27,7 @@ struct Options {
     QString appDir;
     bool headless = false;
     HeadlessOptions run;
+    QString screenshot;
 };
 
 Options Parse(const QStringList& arguments) {
@@ -41,15 +46,22 @@ Options Parse(const QStringList& arguments) {
     p.addOption(
         {QStringLiteral("headless"), QStringLiteral("Run without a window (also chosen when there is no display).")});
     p.addOption({QStringLiteral("cycles"),
-                 QStringLiteral("Headless: stop after N poll ticks (default: run until SIGINT/SIGTERM)."),
+                 QStringLiteral("End after N poll ticks, in the exit order but without the question (default: "
+                                "run until closed, or until SIGINT/SIGTERM)."),
                  QStringLiteral("n")});
-    p.addOption({QStringLiteral("json"), QStringLiteral("Headless: print one JSON object per chamber per tick.")});
+    p.addOption({QStringLiteral("json"),
+                 QStringLiteral("Print one JSON object per chamber per tick: headless the chamber's record, with a "
+                                "window the texts the screen shows for it.")});
+    p.addOption({QStringLiteral("screenshot"),
+                 QStringLiteral("With a window: save a picture of it as PNG when the station ends."),
+                 QStringLiteral("file")});
     p.process(arguments);
     Options o;
     o.appDir = p.value(QStringLiteral("app-dir"));
     o.headless = p.isSet(QStringLiteral("headless"));
     o.run.cycles = p.value(QStringLiteral("cycles")).toInt();
     o.run.json = p.isSet(QStringLiteral("json"));
+    o.screenshot = p.value(QStringLiteral("screenshot"));
     return o;
 }
 
@@ -92,15 +104,39 @@ int RunWindowed(QApplication& app, const Options& o) {
     Splash splash;
     splash.show();
     std::unique_ptr<MainWindow> window;
+    int ticks = 0;
+    bool ended = false;
+    // The end without the question: a signal or the cycle count.
+    auto finish = [&] {
+        if (ended || !window) return;
+        ended = true;
+        if (!o.screenshot.isEmpty()) window->grab().save(o.screenshot);
+        window->frame().queryUnload(false);
+        QApplication::exit(0);
+    };
     QObject::connect(&splash, &Splash::timeUp, [&] {
         window = std::make_unique<MainWindow>();
+        QObject::connect(&window->frame(), &MainFrame::tickDone, window.get(), [&] {
+            if (ended) return;
+            ++ticks;
+            if (o.run.json) {
+                for (const QJsonObject& shown : window->shownRows())
+                    std::printf("%s\n", QJsonDocument(shown).toJson(QJsonDocument::Compact).constData());
+                std::fflush(stdout);
+            }
+            if (o.run.cycles > 0 && ticks >= o.run.cycles) finish();
+        });
         window->op().setProgressBar(splash.progressBar());
-        window->show();
+        // Loaded and captioned before it shows: the operator never sees an
+        // empty, untitled frame.
         window->frame().load();
         window->caption();
+        window->showProblems(ConfigProblems());
         window->op().setProgressBar(nullptr);
+        window->show();
         splash.close();
     });
+    EndOnSignal onSignal(finish);
     splash.startCountdown();
     return app.exec();
 }

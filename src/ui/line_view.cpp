@@ -30,6 +30,12 @@ void SetCell(QTableWidget* t, int row, int col, const QString& text, bool lost) 
 
 int Channels(int c) { return std::max<int>(1, Chamber[c].ChannelCount); }
 
+QStringList RowTexts(const QTableWidget* t, int row) {
+    QStringList out;
+    for (int col = 0; col < t->columnCount(); ++col) out << (t->item(row, col) ? t->item(row, col)->text() : QString());
+    return out;
+}
+
 }  // namespace
 
 LineView::LineView(QWidget* parent) : QWidget(parent) {
@@ -66,6 +72,10 @@ void LineView::refresh() {
     }
 }
 
+int LineView::rows() const { return table_->rowCount(); }
+
+QStringList LineView::shownTexts(int row) const { return RowTexts(table_, row); }
+
 ChamberView::ChamberView(int chamber, QWidget* parent) : QWidget(parent), chamber_(chamber) {
     auto* layout = new QVBoxLayout(this);
     title_ = new QLabel(this);
@@ -79,11 +89,11 @@ ChamberView::ChamberView(int chamber, QWidget* parent) : QWidget(parent), chambe
     layout->addWidget(table_);
 
     auto* keys = new QHBoxLayout;
-    auto* channel = new QComboBox(this);
-    channel->setObjectName(QStringLiteral("channel"));
-    for (int k = 1; k <= Channels(chamber - 1); ++k) channel->addItem(QStringLiteral("CH%1").arg(k));
-    connect(channel, &QComboBox::currentIndexChanged, this, [](int i) { StatusPanel3 = QString::number(i + 1); });
-    keys->addWidget(channel);
+    channel_ = new QComboBox(this);
+    channel_->setObjectName(QStringLiteral("channel"));
+    for (int k = 1; k <= Channels(chamber - 1); ++k) channel_->addItem(QStringLiteral("CH%1").arg(k));
+    connect(channel_, &QComboBox::activated, this, [](int i) { StatusPanel3 = QString::number(i + 1); });
+    keys->addWidget(channel_);
     const struct {
         const char* name;
         const char* text;
@@ -106,9 +116,18 @@ ChamberView::ChamberView(int chamber, QWidget* parent) : QWidget(parent), chambe
     refresh();
 }
 
+QList<QStringList> ChamberView::shownTexts() const {
+    QList<QStringList> out;
+    for (int r = 0; r < table_->rowCount(); ++r) out << RowTexts(table_, r);
+    return out;
+}
+
 void ChamberView::refresh() {
     const int c = chamber_ - 1;
     if (c < 0 || c >= kMaxChambers) return;
+    const int shownChannel = static_cast<int>(StatusPanel3.toInt()) - 1;
+    if (shownChannel >= 0 && shownChannel < channel_->count() && channel_->currentIndex() != shownChannel)
+        channel_->setCurrentIndex(shownChannel);
     title_->setText(QStringLiteral("<b>%1</b> &nbsp; %2 &nbsp; address %3")
                         .arg(ChamberName[c], ChamberModel[c], ChamberAddress[c]));
     const int n = Channels(c);

@@ -2,10 +2,12 @@
 // come: one row per chamber, and a chamber view with its keys.
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
 
 class QTableWidget;
 class QLabel;
+class QComboBox;
 
 namespace qel {
 
@@ -16,6 +18,9 @@ class LineView : public QWidget {
 public:
     explicit LineView(QWidget* parent = nullptr);
     void refresh();
+    int rows() const;
+    // The cells of a row as they read on screen.
+    QStringList shownTexts(int row) const;
 
 signals:
     void chamberChosen(int chamber);
@@ -31,12 +36,17 @@ class ChamberView : public QWidget {
 public:
     explicit ChamberView(int chamber, QWidget* parent = nullptr);
     int chamber() const { return chamber_; }
+    // Also follows the channel in status panel 3, so that the keys always go
+    // to the channel on display.
     void refresh();
+    // Per channel row, the cells as they read on screen.
+    QList<QStringList> shownTexts() const;
 
 private:
     int chamber_;
     QLabel* title_;
     QTableWidget* table_;
+    QComboBox* channel_;
 };
 
 }  // namespace qel

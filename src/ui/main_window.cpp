@@ -12,6 +12,7 @@
 #include <QDesktopServices>
 #include <QFile>
 #include <QFileDialog>
+#include <QJsonArray>
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -83,6 +84,31 @@ void MainWindow::caption() {
         actions_[i - 1]->setToolTip(tip);
         actions_[i - 1]->setText(tip);
     }
+}
+
+void MainWindow::showProblems(const QStringList& problems) {
+    if (problems.isEmpty()) return;
+    StatusPanel1 = problems.size() == 1 ? problems.first()
+                                        : problems.first() + QStringLiteral(" (and %1 more)").arg(problems.size() - 1);
+    panels_[0]->setToolTip(problems.join(u'\n'));
+    refresh();
+}
+
+QList<QJsonObject> MainWindow::shownRows() const {
+    QList<QJsonObject> rows;
+    auto row = [&](int chamber, const QStringList& texts) {
+        QJsonObject o;
+        o[QStringLiteral("Chamber")] = chamber;
+        o[QStringLiteral("Shown")] = QJsonArray::fromStringList(texts);
+        rows.append(o);
+    };
+    QMdiSubWindow* active = mdi_->activeSubWindow();
+    if (chamberView_ && active == page_) {
+        for (const QStringList& texts : chamberView_->shownTexts()) row(chamberView_->chamber(), texts);
+    } else if (lineView_) {
+        for (int r = 0; r < lineView_->rows(); ++r) row(r + 1, lineView_->shownTexts(r));
+    }
+    return rows;
 }
 
 void MainWindow::refresh() {

@@ -6,6 +6,8 @@
 #include "qt_operator.h"
 
 #include <QAction>
+#include <QJsonObject>
+#include <QStringList>
 #include <QMainWindow>
 #include <array>
 #include <functional>
@@ -30,6 +32,12 @@ public:
     QtOperator& op() { return op_; }
     // Captions and tool tips from the language tables.
     void caption();
+    // What was wrong with the settings, in status panel 1 (all of it in its
+    // tool tip) until the line has something to say there.
+    void showProblems(const QStringList& problems);
+    // The texts the screen on display shows, one object per chamber row of
+    // the overview, or per channel of the page: {"Chamber", "Shown": [...]}.
+    QList<QJsonObject> shownRows() const;
 
     // FrameHost
     void showOverview(int screenNo) override;
