@@ -156,3 +156,20 @@ TEST(PollWalk, IsNotEnteredAgainFromInsideAndStopsAtThirty) {
     EXPECT_EQ(dir.errorLog().count("ReadComm_Timer_Err"), 0);
     Hooks = StationHooks{};
 }
+
+// Address 0 is the broadcast every controller on a serial line obeys, and an
+// address outside 1 to 247 would reach another controller: no key goes out,
+// a line in the error log says why, and the poll runs again.
+TEST_F(Keys, NoKeyToABroadcastOrMalformedAddress) {
+    for (const char* address : {"0", "", "x1", "abc", "256", "300", "-1"}) {
+        ChamberAddress[0] = address;
+        port->sent.clear();
+        SetStopMode(1);
+        EXPECT_TRUE(port->sent.isEmpty()) << address;
+        EXPECT_TRUE(timerOn) << address;
+    }
+    EXPECT_EQ(dir.errorLog().count("is no slave address, not sent"), 7);
+    ChamberAddress[0] = "247";
+    SetStopMode(1);
+    EXPECT_EQ(Sent(), QStringList({"F70600650004"}));
+}
