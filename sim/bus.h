@@ -15,6 +15,9 @@
 
 namespace qelsim {
 
+// Bytes as hex for the trace; a long run is cut, with its size told.
+QString TraceHex(const QByteArray& bytes);
+
 class Bus : public QObject {
     Q_OBJECT
 public:
@@ -38,18 +41,24 @@ public:
     void setOnline(int address, bool online);
 
     struct Reply {
-        bool send = false;  // false: no answer at all
-        QByteArray pdu;
-        FaultMode spoil = FaultMode::Normal;  // to be applied to the framed reply
-        int delayMs = 0;
+        QByteArray bytes;                    // what goes on the line; empty: nothing
+        FaultMode mode = FaultMode::Normal;  // the fault this request drew (rate and mixed applied)
+        int delayMs = 0;                     // how late the bytes go out
     };
-    // One request for address: steps the chamber to now, carries the request
-    // out and says what goes back, faults included. Unknown and stopped
-    // addresses, and requests the chamber cannot make sense of, get no answer.
-    Reply request(int address, const QByteArray& pdu);
+    // One request for address, as head says it came: counts it (also while
+    // the chamber is off the line), steps the chamber to now, carries the
+    // request out and gives the framed reply, faults included. Unknown and
+    // stopped addresses, and requests the chamber cannot make sense of, get
+    // no answer. A reply whose mode is Drop or Babble asks the transport for
+    // more than the bytes.
+    Reply request(int address, const QByteArray& pdu, Framing framing, ReplyHead head);
 
-    // Spoils a framed reply with the bus's own generator (seeded, so runs repeat).
-    QByteArray spoil(const QByteArray& frame, FaultMode mode, Framing framing);
+    // Requests for address since start, of any function and whatever the
+    // fault made of them; 0 for an unknown address.
+    uint64_t requests(int address) const;
+
+    // n bytes of a babbling chamber's stream, from its own generator.
+    QByteArray babble(int address, Framing framing, int n);
 
     // Exchange trace for --verbose; empty function: no trace.
     void setTrace(std::function<void(const QString&)> trace) { trace_ = std::move(trace); }
@@ -65,9 +74,11 @@ private:
         std::unique_ptr<Chamber> chamber;
         Fault fault;
         bool online = true;
+        uint64_t requests = 0;
+        uint64_t rng = 1;  // the chamber's own, so that its draws do not hang on the other chambers' traffic
     };
     NowFunction now_;
-    uint64_t rng_;
+    uint64_t seed_;
     std::map<int, Slot> slots_;
     std::function<void(const QString&)> trace_;
 };

@@ -42,9 +42,10 @@ class Channel {
 public:
     enum class Run { Stopped, Fixed, Program };
 
-    // Status bits as the controllers report them in the low byte.
-    static constexpr int FixedRunBit = 1;
-    static constexpr int ProgramRunBit = 2;
+    // Status bits as the controllers report them in the low byte: a program
+    // run reads 1, a fixed run 2, a held program run 5, a waiting one 65.
+    static constexpr int ProgramRunBit = 1;
+    static constexpr int FixedRunBit = 2;
     static constexpr int HoldBit = 4;
     static constexpr int WaitBit = 64;
 

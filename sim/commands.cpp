@@ -55,11 +55,34 @@ QString CommandHelp() {
         "Commands on stdin, one per line (ADDR may be * for every chamber where shown):\n"
         "  normal ADDR|*          answer properly again\n"
         "  silent ADDR|*          carry requests out, send no reply\n"
-        "  badcrc ADDR|*          replies with a wrong CRC / LRC (TCP: wrong MBAP length)\n"
+        "  badcrc ADDR|*          replies with a wrong CRC (RTU) / LRC (ASCII) / MBAP length (TCP);\n"
+        "                         badlrc is the same\n"
         "  short ADDR|*           send only the first half of each reply\n"
         "  exception ADDR|*       answer every request with exception 04, carry nothing out\n"
         "  garbage ADDR|*         send random bytes of the reply's length\n"
-        "  delay ADDR|* MS        send each reply MS milliseconds late\n"
+        "  delay ADDR|* MS        send each reply MS milliseconds late (0..600000)\n"
+        "  twice ADDR|*           send each reply two times, back to back\n"
+        "  wrongaddr ADDR|*       reply from the next address (ADDR + 1, 247 wraps to 1), checksum valid;\n"
+        "                         TCP: the unit id after the request's, wrapped the same way\n"
+        "  wrongtid ADDR|*        TCP: the request's transaction id + 1; serial: as wrongaddr\n"
+        "  wrongpid ADDR|*        TCP: protocol id 1; serial: as wrongaddr\n"
+        "  wrongfunc ADDR|*       another function code (0x04 for 0x03, else 0x04), checksum valid\n"
+        "  badcount ADDR|*        byte count one less than the data that follows (on a write's echo:\n"
+        "                         the byte after the function code), checksum valid\n"
+        "  header ADDR|*          only address, function and byte count with a valid checksum;\n"
+        "                         TCP: MBAP header, unit, function, byte count, length 3\n"
+        "  huge ADDR|*            a 64 KiB reply: the reply's bytes, zero filler, valid checksum;\n"
+        "                         TCP: length field 0xFFFF and as many bytes behind it\n"
+        "  babble ADDR|*          from the next request on, no replies but an endless stream of junk\n"
+        "                         (ASCII: hex digits) until another mode is set or the peer goes away\n"
+        "  drop ADDR|*            TCP: the first half of the reply, then the connection is closed;\n"
+        "                         serial: as short\n"
+        "  mixed ADDR|* [MS]      each request draws normal or one of the modes above but babble;\n"
+        "                         delayed replies are MS late (default 500); --seed repeats a run\n"
+        "  Any mode takes a rate as its last word, @P (P 0..100): only that share of the requests,\n"
+        "  drawn from --seed, gets the fault, the rest are answered properly (default @100).\n"
+        "  count ADDR|*           print the requests the chamber(s) received so far, of any function,\n"
+        "                         faulted or not, on or off the line: \"ok N\"\n"
         "  set ADDR|* REG VALUE   write a register (REG, VALUE decimal or 0x.., VALUE may be negative);\n"
         "                         a live chamber recomputes the registers it drives (status, PV, SP,\n"
         "                         MV, counters, end date) at once, taking a set PV over as its own:\n"
@@ -85,18 +108,23 @@ CommandResult RunCommand(Bus& bus, const QString& line) {
     if (cmd == "quit" || cmd == "exit") return {"ok", true};
     if (cmd == "help") return {CommandHelp().trimmed() + "\nok", false};
 
-    if (const auto mode = ParseFaultMode(cmd)) {
-        const bool isDelay = *mode == FaultMode::Delay;
-        if (w.size() != (isDelay ? 3 : 2)) return Error(isDelay ? "usage: delay ADDR MS" : "usage: " + cmd + " ADDR");
+    if (ParseFaultMode(cmd)) {
+        if (w.size() < 2) return Error("usage: " + cmd + " ADDR|* [ARG] [@P]");
+        QStringList args = w.mid(2);
+        const QString rate = !args.isEmpty() && args.last().startsWith('@') ? args.takeLast() : QString();
+        Fault f;
+        if (!ParseFault(cmd, args, rate, &f, &error)) return Error(error);
         if (!Targets(bus, w[1], &targets, &error)) return Error(error);
-        Fault f{*mode, 0};
-        if (isDelay) {
-            long long ms = 0;
-            if (!ParseNumber(w[2], &ms) || ms < 0 || ms > 600000) return Error("delay wants 0..600000 ms");
-            f.delayMs = static_cast<int>(ms);
-        }
         for (int a : targets) bus.setFault(a, f);
         return {"ok", false};
+    }
+
+    if (cmd == "count") {
+        if (w.size() != 2) return Error("usage: count ADDR|*");
+        if (!Targets(bus, w[1], &targets, &error)) return Error(error);
+        uint64_t sum = 0;
+        for (int a : targets) sum += bus.requests(a);
+        return {"ok " + QString::number(sum), false};
     }
 
     if (cmd == "set") {

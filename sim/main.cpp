@@ -139,7 +139,10 @@ int main(int argc, char** argv) {
         }
     }
     if (options.frozen) {
+        // A frozen map holds what --set gave, also in the registers a live
+        // chamber drives (status, SP, ...), which the model had recomputed.
         for (Chamber* c : bus.chambers()) c->setFrozen(true);
+        for (const Options::Set& s : options.sets) bus.chamber(s.address)->setRegister(s.reg, s.value);
     }
 
     QTimer stepper;

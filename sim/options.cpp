@@ -154,17 +154,16 @@ bool ParseOptions(const QStringList& args, Options* o, QString* error) {
             o->runs.push_back(r);
         } else if (arg == "--fault") {
             if (!next(&v)) return false;
-            const QStringList p = v.split(':');
+            const qsizetype at = v.indexOf('@');
+            const QString rate = at < 0 ? QString() : v.mid(at);
+            const QStringList p = v.left(at < 0 ? v.size() : at).split(':');
             Options::FaultAt f{0, {}};
-            const auto mode = p.size() >= 2 ? ParseFaultMode(p[1]) : std::nullopt;
-            const bool allOk = p.size() >= 2 && (p[0] == "*" || ToInt(p[0], 1, 247, &f.address)) && mode &&
-                               (p.size() == (*mode == FaultMode::Delay ? 3 : 2)) &&
-                               (*mode != FaultMode::Delay || ToInt(p[2], 0, 600000, &f.fault.delayMs));
-            if (!allOk) {
-                *error = QString("--fault %1: want ADDR:MODE or ADDR:delay:MS (ADDR may be *)").arg(v);
+            QString why = "want ADDR:MODE[:ARG][@P] with ADDR 1..247 or *";
+            if (p.size() < 2 || (p[0] != "*" && !ToInt(p[0], 1, 247, &f.address)) ||
+                !ParseFault(p[1], p.mid(2), rate, &f.fault, &why)) {
+                *error = QString("--fault %1: %2").arg(v, why);
                 return false;
             }
-            f.fault.mode = *mode;
             o->faults.push_back(f);
         } else if (arg == "--frozen") {
             o->frozen = true;
@@ -270,12 +269,14 @@ QString HelpText() {
                "                     e.g. --set 1:0x0009:-200 puts PV of chamber 1 at -20.0\n"
                "  --run ADDR[:CH]    press the run key at start (every channel without CH); register\n"
                "                     0x006E/0x0075 (FixMode) non-zero starts a fixed run, 0 the program\n"
-               "  --fault ADDR:MODE[:MS]\n"
-               "                     misbehave from the start; ADDR may be *; MODE as the commands below\n"
+               "  --fault ADDR:MODE[:ARG][@P]\n"
+               "                     misbehave from the start; ADDR may be *; MODE and ARG as the commands\n"
+               "                     below (delay:MS, mixed[:MS]), @P the share of requests faulted\n"
                "  --frozen           every chamber a plain register memory (no live values, keys stored)\n"
                "  --no-noise         no ripple on the process values\n"
                "  --speed X          simulated time runs X times as fast (default 1)\n"
-               "  --seed N           seed of the ripple and of garbage replies (default 1)\n"
+               "  --seed N           seed of the ripple, of garbage and babble bytes and of the draws of\n"
+               "                     mixed faults and rates (default 1)\n"
                "  --time \"YYYY-MM-DD HH:MM:SS\"\n"
                "                     simulated clock starts here instead of now\n"
                "  --verbose, -v      trace every request and reply on stderr\n"
@@ -293,7 +294,8 @@ QString HelpText() {
                "Examples:\n"
                "  qelsim --demo\n"
                "  qelsim --tcp --port 5020 --same-ip --chamber 1:QEL2000 --chamber 2:QEL2100:1,0\n"
-               "  qelsim --rtu --link /tmp/qel-line --chamber 1:QEL2000 --chamber 2:QEL2100 --fault 2:badcrc\n");
+               "  qelsim --rtu --link /tmp/qel-line --chamber 1:QEL2000 --chamber 2:QEL2100 --fault 2:badcrc\n"
+               "  qelsim --tcp --chamber 1:QEL2000 --fault 1:mixed:300@20 --seed 7\n");
 }
 
 }  // namespace qelsim

@@ -1,6 +1,7 @@
 #include "pty.h"
 
 #include <fcntl.h>
+#include <sys/inotify.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -33,6 +34,7 @@ PtyPort::PtyPort(QObject* parent) : QObject(parent) {
 
 PtyPort::~PtyPort() {
     if (!link_.isEmpty()) QFile::remove(link_);
+    if (closes_ >= 0) ::close(closes_);
     if (master_ >= 0) ::close(master_);
 }
 
@@ -56,6 +58,12 @@ bool PtyPort::open(QString* error) {
     }
     MakeRaw(master_);
     fcntl(master_, F_SETFL, fcntl(master_, F_GETFL) | O_NONBLOCK);
+    // Without the watch a quick close and reopen is missed, nothing worse.
+    closes_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (closes_ >= 0 && inotify_add_watch(closes_, name, IN_CLOSE_WRITE | IN_CLOSE_NOWRITE) < 0) {
+        ::close(closes_);
+        closes_ = -1;
+    }
     timer_.start();
     return true;
 }
@@ -82,7 +90,22 @@ void PtyPort::write(const QByteArray& bytes) {
     flushOut();
 }
 
+void PtyPort::checkPeer() {
+    if (closes_ < 0) return;
+    alignas(inotify_event) char events[4096];
+    bool closed = false;
+    while (::read(closes_, events, sizeof events) > 0) closed = true;
+    if (closed) peerAway();
+}
+
+void PtyPort::peerAway() {
+    peerPresent_ = false;
+    out_.clear();
+    emit hungUp();
+}
+
 void PtyPort::poll() {
+    checkPeer();
     char buf[512];
     for (;;) {
         const ssize_t n = ::read(master_, buf, sizeof buf);
@@ -94,11 +117,7 @@ void PtyPort::poll() {
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && errno == EIO) {
             // No slave open: the station is between two exchanges.
-            if (peerPresent_) {
-                peerPresent_ = false;
-                out_.clear();
-                emit hungUp();
-            }
+            if (peerPresent_) peerAway();
         } else if (n < 0 && errno == EAGAIN) {
             peerPresent_ = true;
         }

@@ -5,6 +5,8 @@
 // holds the slave open, the master reads EIO (and polls as hung up): that is
 // "peer away", never an end. So the master is read by a short timer with
 // non-blocking reads instead of a notifier, which would spin on the hang-up.
+// A close and a reopen between two reads would go unseen that way, so the
+// closes of the slave are also watched (inotify): each one is a hang-up.
 // What was half received when the peer went away is dropped (hungUp()).
 #pragma once
 
@@ -33,8 +35,13 @@ public:
     // Queues bytes for the peer. Bytes that meet a closed slave are lost, as
     // on a line no one listens to.
     void write(const QByteArray& bytes);
+    // Bytes queued by write() that the line has not taken yet.
+    qsizetype pending() const { return out_.size(); }
 
     bool peerPresent() const { return peerPresent_; }
+    // Takes note of a close of the slave at once (hungUp()), ahead of the next
+    // read; for a writer that must not reach the next peer.
+    void checkPeer();
 
 signals:
     void received(const QByteArray& bytes);
@@ -43,7 +50,9 @@ signals:
 private:
     void poll();
     void flushOut();
+    void peerAway();
 
+    int closes_ = -1;  // inotify descriptor watching the slave's closes
     int master_ = -1;
     QString slavePath_;
     QString link_;

@@ -2,6 +2,7 @@
 
 #include <QPointer>
 
+#include "babble.h"
 #include "frames.h"
 
 namespace qelsim {
@@ -15,6 +16,8 @@ constexpr int GapMs = 30;
 // buffer that long without a frame in it.
 constexpr int MaxAsciiChars = 1024;
 constexpr int MaxRtuBytes = 1024;
+// What a babbling chamber adds to the line per tick.
+constexpr int BabbleChunk = 256;
 
 // Where a complete request with a good CRC starts in buf, from `from` on; -1 if nowhere.
 qsizetype FindRtuFrame(const QByteArray& buf, qsizetype from) {
@@ -38,6 +41,7 @@ SerialServer::SerialServer(Bus& bus, PtyPort& port, Framing framing, QObject* pa
                                  : QString("peer away, drop %1").arg(QString::fromLatin1(Hex(in_))));
         in_.clear();
         gap_.stop();
+        for (Babble* b : findChildren<Babble*>()) b->stop();
     });
 }
 
@@ -111,23 +115,36 @@ void SerialServer::answer(const QByteArray& frame) {
     const auto address = static_cast<uint8_t>(frame[0]);
     const QByteArray pdu = frame.mid(1);
     bus_.trace(QString("rx %1 %2").arg(address).arg(QString::fromLatin1(Hex(pdu))));
-    const Bus::Reply reply = bus_.request(address, pdu);
-    if (!reply.send) return;
-    QByteArray out = framing_ == Framing::Rtu ? RtuFrame(address, reply.pdu) : AsciiFrame(address, reply.pdu);
-    out = bus_.spoil(out, reply.spoil, framing_);
-    send(out, reply.delayMs);
+    const Bus::Reply reply = bus_.request(address, pdu, framing_, {address, 0});
+    if (reply.mode == FaultMode::Babble) babble(address);
+    if (!reply.bytes.isEmpty()) send(reply.bytes, reply.delayMs);
 }
 
 void SerialServer::send(const QByteArray& bytes, int delayMs) {
-    bus_.trace(QString("tx %1").arg(QString::fromLatin1(Hex(bytes))));
+    bus_.trace(QString("tx %1").arg(TraceHex(bytes)));
     if (delayMs <= 0) {
         port_.write(bytes);
         return;
     }
+    // Late, but without holding up what the line brings meanwhile.
     QPointer<PtyPort> port(&port_);
     QTimer::singleShot(delayMs, this, [port, bytes] {
         if (port) port->write(bytes);
     });
+}
+
+void SerialServer::babble(int address) {
+    for (const Babble* b : findChildren<Babble*>()) {
+        if (b->address() == address && b->running()) return;
+    }
+    PtyPort* port = &port_;
+    new Babble(
+        bus_, address, framing_, BabbleChunk,
+        [port] {
+            port->checkPeer();  // not a byte for whoever opens the line next
+            return port->peerPresent() ? port->pending() : qint64(-1);
+        },
+        [port](const QByteArray& bytes) { port->write(bytes); }, this);
 }
 
 }  // namespace qelsim

@@ -27,6 +27,7 @@ private:
     void takeAsciiFrames();
     void answer(const QByteArray& frame);  // address + pdu, checksum already checked
     void send(const QByteArray& bytes, int delayMs);
+    void babble(int address);  // starts the chamber's stream unless it runs
 
     Bus& bus_;
     PtyPort& port_;

@@ -3,13 +3,16 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include "babble.h"
 #include "frames.h"
 
 namespace qelsim {
 
 namespace {
 const char* BufferProperty = "qelsimBuffer";
-}
+// What a babbling chamber adds to a connection per tick.
+constexpr int BabbleChunk = 16384;
+}  // namespace
 
 TcpServer::TcpServer(Bus& bus, QHostAddress hostBase, quint16 port, bool sameHost, QObject* parent)
     : QObject(parent), bus_(bus) {
@@ -102,6 +105,7 @@ void TcpServer::onConnection(int address) {
 }
 
 void TcpServer::onReadyRead(int address, QTcpSocket* socket) {
+    if (socket->state() != QAbstractSocket::ConnectedState) return;  // closing after a dropped reply
     QByteArray buf = socket->property(BufferProperty).toByteArray() + socket->readAll();
     TcpRequest req;
     for (;;) {
@@ -120,20 +124,43 @@ void TcpServer::onReadyRead(int address, QTcpSocket* socket) {
                        .arg(QString::fromLatin1(Hex(req.pdu))));
         if (req.protocol != 0) continue;  // not Modbus
         if (req.unit != address && req.unit != 0 && req.unit != 255) continue;
-        const Bus::Reply reply = bus_.request(address, req.pdu);
-        if (!reply.send) continue;
-        const QByteArray out = bus_.spoil(TcpFrame(req.transaction, req.unit, reply.pdu), reply.spoil, Framing::Tcp);
-        bus_.trace(QString("tx %1").arg(QString::fromLatin1(Hex(out))));
+        const Bus::Reply reply = bus_.request(address, req.pdu, Framing::Tcp, {req.unit, req.transaction});
+        if (reply.mode == FaultMode::Babble) babble(address, socket);
+        if (reply.bytes.isEmpty()) continue;
+        bus_.trace(QString("tx %1").arg(TraceHex(reply.bytes)));
         if (reply.delayMs > 0) {
+            // Late, but without holding up the other requests and chambers meanwhile.
             QPointer<QTcpSocket> guard(socket);
-            QTimer::singleShot(reply.delayMs, this, [guard, out] {
+            QTimer::singleShot(reply.delayMs, this, [guard, out = reply.bytes] {
                 if (guard && guard->state() == QAbstractSocket::ConnectedState) guard->write(out);
             });
-        } else {
-            socket->write(out);
+            continue;
+        }
+        socket->write(reply.bytes);
+        if (reply.mode == FaultMode::Drop) {
+            // What was written still goes out before the close.
+            bus_.trace(QString("drop connection %1").arg(address));
+            socket->disconnectFromHost();
+            return;
         }
     }
     socket->setProperty(BufferProperty, buf);
+}
+
+void TcpServer::babble(int address, QTcpSocket* socket) {
+    for (const Babble* b : socket->findChildren<Babble*>()) {
+        if (b->running()) return;
+    }
+    QPointer<QTcpSocket> guard(socket);
+    new Babble(
+        bus_, address, Framing::Tcp, BabbleChunk,
+        [guard] {
+            return guard && guard->state() == QAbstractSocket::ConnectedState ? guard->bytesToWrite() : qint64(-1);
+        },
+        [guard](const QByteArray& bytes) {
+            if (guard) guard->write(bytes);
+        },
+        socket);
 }
 
 }  // namespace qelsim

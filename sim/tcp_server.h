@@ -47,6 +47,7 @@ private:
     void onOnlineChanged(int address, bool online);
     void onConnection(int address);
     void onReadyRead(int address, QTcpSocket* socket);
+    void babble(int address, QTcpSocket* socket);  // starts the chamber's stream on socket unless it runs
 
     Bus& bus_;
     std::map<int, Listener> listeners_;

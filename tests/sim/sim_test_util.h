@@ -14,11 +14,17 @@
 #include <ostream>
 #include <utility>
 
+#include "faults.h"
+
 // Readable failure messages for Qt strings and bytes (bytes as hex).
 inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 inline void PrintTo(const QByteArray& bytes, std::ostream* os) { *os << bytes.toHex(' ').toStdString(); }
 
 namespace simtest {
+
+inline const char* FramingName(qelsim::Framing f) {
+    return f == qelsim::Framing::Rtu ? "Rtu" : f == qelsim::Framing::Ascii ? "Ascii" : "Tcp";
+}
 
 inline QByteArray H(const char* hex) { return QByteArray::fromHex(hex); }
 
@@ -69,3 +75,8 @@ private:
 };
 
 }  // namespace simtest
+
+namespace qelsim {
+// Names the framing in the messages of parameterised tests.
+inline void PrintTo(Framing framing, std::ostream* os) { *os << simtest::FramingName(framing); }
+}  // namespace qelsim

@@ -69,15 +69,15 @@ TEST(Model, RepliesByFunctionAndCount) {
 
 TEST(Model, KeysChangeTheStatusOfTheirChannelOnly) {
     // Keys: 1 run, 2 hold, 3 step, 4 stop, 5 user key; other values are
-    // ignored. Status low byte: 1 fixed run, 2 program run, 4 hold.
+    // ignored. Status low byte: 1 program run, 2 fixed run, 4 hold.
     struct Row { int channel; bool fixed; std::vector<int> keys; int status, segment, user; };  // fixed: FixMode 1
     const Row rows[] = {
-        {1, false, {1}, 2, 1, 0},       {1, false, {1, 2}, 6, 1, 0},    {1, false, {1, 2, 2}, 2, 1, 0},
-        {1, false, {1, 2, 1}, 2, 1, 0}, {1, false, {1, 3}, 2, 2, 0},    {1, false, {1, 3, 4}, 0, 0, 0},
-        {1, false, {2}, 0, 0, 0},       {1, true, {1}, 1, 0, 0},        {1, true, {1, 3}, 1, 0, 0},
+        {1, false, {1}, 1, 1, 0},       {1, false, {1, 2}, 5, 1, 0},    {1, false, {1, 2, 2}, 1, 1, 0},
+        {1, false, {1, 2, 1}, 1, 1, 0}, {1, false, {1, 3}, 1, 2, 0},    {1, false, {1, 3, 4}, 0, 0, 0},
+        {1, false, {2}, 0, 0, 0},       {1, true, {1}, 2, 0, 0},        {1, true, {1, 3}, 2, 0, 0},
         {1, false, {5}, 0, 0, 1},       {1, false, {5, 5}, 0, 0, 0},    {1, false, {9, 0}, 0, 0, 0},
-        {2, false, {1}, 2, 1, 0},       {2, false, {1, 2}, 6, 1, 0},    {2, false, {1, 3}, 2, 2, 0},
-        {2, true, {1}, 1, 0, 0},        {2, false, {1, 4}, 0, 0, 0},    {2, false, {5}, 0, 0, 1},
+        {2, false, {1}, 1, 1, 0},       {2, false, {1, 2}, 5, 1, 0},    {2, false, {1, 3}, 1, 2, 0},
+        {2, true, {1}, 2, 0, 0},        {2, false, {1, 4}, 0, 0, 0},    {2, false, {5}, 0, 0, 1},
     };
     const int status[] = {0x0004, 0x0006}, segment[] = {0x0024, 0x0026}, user[] = {0x0048, 0x0049},
               key[] = {0x0065, 0x0066}, fixMode[] = {0x006E, 0x0075}, endDate[] = {0x039C, 0x03A6};
@@ -95,6 +95,37 @@ TEST(Model, KeysChangeTheStatusOfTheirChannelOnly) {
         EXPECT_EQ(c->reg(status[other]) & 0xFF, 0);
         EXPECT_EQ(c->reg(user[other]), 0);
         EXPECT_EQ(Read(*c, endDate[other], 5), Unset);
+    }
+}
+
+TEST(Model, RunStatusIsTheValueTheStationSwitchesOn) {
+    // The status low byte as the chamber page names its states: 1 program
+    // run, 65 program run waiting at a segment's end, 2 fixed run, 5 program
+    // run on hold, 0 stopped. Read through function 03 as the station does.
+    struct Row { const char* what; int channel; bool fixed, wait; std::vector<int> keys; int seconds, status; };
+    const Row rows[] = {
+        {"program run", 1, false, false, {1}, 0, 1},
+        {"fixed run", 1, true, false, {1}, 0, 2},
+        {"program run on hold", 1, false, false, {1, 2}, 0, 5},
+        {"program run waiting: PV lags the ramp by more than the band", 1, false, true, {1}, 600, 65},
+        {"program run after its first segment without waiting", 1, false, false, {1}, 600, 1},
+        {"stopped", 1, true, false, {1, 4}, 0, 0},
+        {"program run of channel 2", 2, false, false, {1}, 0, 1},
+        {"fixed run of channel 2", 2, true, false, {1}, 0, 2},
+        {"program run of channel 2 on hold", 2, false, false, {1, 2}, 0, 5},
+    };
+    const int status[] = {0x0004, 0x0006}, key[] = {0x0065, 0x0066}, fixMode[] = {0x006E, 0x0075},
+              waitUse[] = {0x0121, 0x0122};
+    for (const Row& row : rows) {
+        auto c = Make("QEL2100");
+        const int ch = row.channel - 1;
+        if (row.fixed) Write(*c, fixMode[ch], 1);
+        if (row.wait) Write(*c, waitUse[ch], 1);
+        for (int k : row.keys) Write(*c, key[ch], k);
+        After(*c, row.seconds);
+        const QByteArray reply = c->handlePdu(H(QString::asprintf("03%04X0001", status[ch]).toLatin1()));
+        ASSERT_EQ(reply.size(), 4) << row.what;
+        EXPECT_EQ(static_cast<uint8_t>(reply[3]), row.status) << row.what;
     }
 }
 
@@ -147,7 +178,7 @@ TEST(Model, EndDateWhileRunningAndUnsetWhenStopped) {
     Write(*c, 0x0072, 90);  // 90 s: the run ends by itself
     Write(*c, 0x0065, 1);
     After(*c, 89);
-    EXPECT_EQ(c->reg(0x0004) & 0xFF, 1);
+    EXPECT_EQ(c->reg(0x0004) & 0xFF, 2) << "still in its fixed run";
     After(*c, 2);
     EXPECT_EQ(c->reg(0x0004) & 0xFF, 0);
     EXPECT_EQ(Read(*c, 0x039C, 5), Unset);

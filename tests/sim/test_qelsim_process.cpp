@@ -70,6 +70,12 @@ TEST(QelsimProgram, CommandLinesGoodAndBad) {
         {{"--chamber", "1:QEL2000", "--chamber", "1:QEL2100"}, false},
         {{"--chamber", "1:QEL2000", "--host-base", "10.0.0.1"}, false},  // not loopback
         {{"--chamber", "1:QEL2000", "--fault", "1:loud"}, false},
+        {{"--chamber", "1:QEL2000", "--fault", "*:babble", "--fault", "1:huge@50", "--fault", "1:badlrc"}, true},
+        {{"--chamber", "1:QEL2000", "--fault", "1:delay"}, false},  // delay wants its MS
+        {{"--chamber", "1:QEL2000", "--fault", "1:twice:3"}, false},
+        {{"--chamber", "1:QEL2000", "--fault", "1:drop@101"}, false},
+        {{"--chamber", "1:QEL2000", "--fault", "1:drop@"}, false},
+        {{"--chamber", "1:QEL2000", "--fault", "248:drop"}, false},
         {{"--chamber", "1:QEL2000", "--link", "/tmp/x"}, false},  // a link needs a serial line
         {{"--chamber", "1:QEL2000", "--time", "yesterday"}, false},
         {{"--chamber", "200:QEL2000", "--host-base", "127.255.255.100"}, false},  // would leave 127/8
@@ -80,6 +86,19 @@ TEST(QelsimProgram, CommandLinesGoodAndBad) {
         EXPECT_EQ(qelsim::ParseOptions(args, &o, &error), good) << args.join(' ').toStdString();
         EXPECT_EQ(error.isEmpty(), good) << args.join(' ').toStdString() << ": " << error.toStdString();
     }
+    qelsim::Options o;
+    QString error;
+    ASSERT_TRUE(qelsim::ParseOptions({"--chamber", "2:QEL2000", "--fault", "2:mixed:300@20", "--fault", "*:mixed"}, &o,
+                                     &error));
+    ASSERT_EQ(o.faults.size(), 2u);
+    EXPECT_EQ(o.faults[0].address, 2);
+    EXPECT_EQ(o.faults[0].fault.mode, qelsim::FaultMode::Mixed);
+    EXPECT_EQ(o.faults[0].fault.delayMs, 300);
+    EXPECT_EQ(o.faults[0].fault.percent, 20);
+    EXPECT_EQ(o.faults[1].address, 0) << "every chamber";
+    EXPECT_EQ(o.faults[1].fault.delayMs, 500);
+    EXPECT_EQ(o.faults[1].fault.percent, 100);
+
     const qeltest::RunResult bad = qeltest::Run(QELSIM_PATH, {"--chamber", "1:QEL9"}, 5000);
     EXPECT_EQ(bad.exitCode, 2);
     EXPECT_TRUE(bad.err.contains("unknown model")) << bad.err.toStdString();
@@ -123,7 +142,7 @@ TEST(QelsimProgram, TcpStdinCommandsAndPymodbus) {
     const auto py = PyModbus({"tcp", two.captured(1), two.captured(2), "2", "r:9:1", "w:0x66:1", "r:6:1", "r:0x3A6:1",
                               "W:0x77:1,0,60", "r:0x77:3", "w:0x66:4", "r:0x3A6:5"});
     if (py) {
-        EXPECT_EQ(*py, (QStringList{"65336", "ok", "2", "2024", "ok", "1 0 60", "ok", "1970 1 1 0 0"}))
+        EXPECT_EQ(*py, (QStringList{"65336", "ok", "1", "2024", "ok", "1 0 60", "ok", "1970 1 1 0 0"}))
             << "PV -20.0 in two's complement; channel 2 runs and has an end date until stopped";
     }
     EXPECT_TRUE(sim.terminate());
@@ -143,7 +162,7 @@ TEST(QelsimProgram, PtyRtuAndAsciiWithPymodbus) {
         const auto five = PyModbus({framing, link, "5", "r:9:2", "w:0x65:1", "r:4:3", "r:0:125"});
         const auto one = PyModbus({framing, link, "1", "r:4:1"});
         if (five && one) {
-            EXPECT_EQ(five->mid(0, 3), (QStringList{"230 65336", "ok", "2 0 0"})) << "PV of channel 2 at -20.0";
+            EXPECT_EQ(five->mid(0, 3), (QStringList{"230 65336", "ok", "1 0 0"})) << "PV of channel 2 at -20.0";
             EXPECT_EQ(five->value(3).count(' '), 124) << five->join('\n').toStdString();
             EXPECT_EQ(*one, QStringList{"0"}) << "another address on the same line";
         }
@@ -151,4 +170,40 @@ TEST(QelsimProgram, PtyRtuAndAsciiWithPymodbus) {
         EXPECT_FALSE(QFileInfo(link).isSymLink()) << "the link goes with qelsim";
         if (!five) GTEST_SKIP() << NoPymodbus;
     }
+}
+
+TEST(QelsimProgram, BabbleLeavesStdinAnsweringAndEndsOnNormal) {
+    SimProcess sim;
+    ASSERT_TRUE(sim.start({"--tcp", "--port", "0", "--host-base", "127.0.4.1", "--chamber", "1:QEL2000", "--fault",
+                           "1:babble"}));
+    const auto at = QRegularExpression("^([0-9.]+):(\\d+)$").match(sim.banner("listen 1"));
+    ASSERT_TRUE(at.hasMatch());
+    QTcpSocket s;
+    s.connectToHost(at.captured(1), at.captured(2).toUShort());
+    ASSERT_TRUE(s.waitForConnected(2000));
+    s.write(simtest::H("000100000006010300040001"));
+    qsizetype junk = 0;
+    while (junk < 1024 * 1024 && s.waitForReadyRead(2000)) junk += s.readAll().size();
+    EXPECT_GE(junk, 1024 * 1024) << "a stream far beyond any reply";
+
+    // Not read for a while, the stream stalls in the socket; qelsim still answers.
+    EXPECT_EQ(sim.command("count 1"), "ok 1");
+    EXPECT_EQ(sim.command("normal 1"), "ok");
+    while (s.waitForReadyRead(300)) s.readAll();  // what was on its way
+    s.write(simtest::H("000200000006010300040001"));
+    QByteArray reply;
+    while (reply.size() < 11 && s.waitForReadyRead(2000)) reply += s.readAll();
+    EXPECT_EQ(reply, simtest::H("0002000000050103020000"));
+    EXPECT_EQ(sim.command("count *"), "ok 2");
+    EXPECT_TRUE(sim.terminate());
+}
+
+TEST(QelsimProgram, FrozenStartHoldsWhatIsSetEvenInLiveRegisters) {
+    SimProcess sim;
+    ASSERT_TRUE(sim.start({"--tcp", "--port", "0", "--host-base", "127.0.5.1", "--chamber", "1:QEL2000", "--frozen",
+                           "--set", "1:0x0004:65", "--set", "1:0x0009:-200", "--set", "1:0x000D:555"}));
+    EXPECT_EQ(sim.command("get 1 4"), "ok 65") << "a waiting program run, though nothing runs";
+    EXPECT_EQ(sim.command("get 1 9"), "ok 65336");
+    EXPECT_EQ(sim.command("get 1 0x000D"), "ok 555") << "an output while stopped";
+    EXPECT_TRUE(sim.terminate());
 }
