@@ -308,3 +308,34 @@ TEST_F(SerialExchange, AnUnwritableTraceNeverMakesAChamberLost) {
     EXPECT_EQ(CommError[0], 0);
     CommDataSave = 0;
 }
+
+// A read whose reply is there when PCSpeed is over costs PCSpeed and not a
+// millisecond more: the receive loop does not sleep before the round that
+// ends it.
+TEST_F(SerialExchange, AReadCostsPcSpeedAndNoMore) {
+    for (const char* protocol : {"RTU", "ASC"}) {
+        Protocol = protocol;
+        port->reply = [&](const QByteArray&) {
+            return Protocol == "RTU" ? WithCrc(Block1Reply(1)) : AsciiOf(Block1Reply(1));
+        };
+        clock.advanceMs(1000);  // the last exchange is long over
+        const int64_t t0 = clock.elapsedMs();
+        EXPECT_FALSE(Read().isEmpty());
+        EXPECT_EQ(clock.elapsedMs() - t0, PCSpeed) << protocol;
+        // Silence ends the read as soon as PCSpeed has passed since the last exchange.
+        port->reply = [](const QByteArray&) { return QByteArray(); };
+        const int64_t t1 = clock.elapsedMs();
+        Read();
+        EXPECT_LE(clock.elapsedMs() - t1, PCSpeed + 1) << protocol;
+    }
+}
+
+TEST_F(SerialExchange, FailCountStopsAtItsTop) {
+    port->reply = [](const QByteArray&) { return QByteArray(); };
+    FailCount[0] = 32766;
+    Read();
+    Read();
+    Read();
+    EXPECT_EQ(FailCount[0], 32767);
+    EXPECT_EQ(CommError[0], -1);
+}

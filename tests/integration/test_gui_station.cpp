@@ -1,6 +1,7 @@
 // The main frame with real widgets (offscreen) against qelsim over
 // loopback; the frame opens the link itself, as the program does.
 #include "app_dir.h"
+#include "clock.h"
 #include "line_fixture.h"
 #include "link.h"
 #include "main_window.h"
@@ -8,6 +9,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QPushButton>
@@ -45,6 +47,7 @@ protected:
     }
     void TearDown() override {
         window.reset();
+        qel::ResetProgramEnding();
         qel::RemoveLink();
         qel::ResetAllState();
     }
@@ -81,4 +84,22 @@ TEST_F(GuiStation, RunKeyOnThePageStartsTheChamber) {
     run->click();
     EXPECT_TRUE(Until([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
     EXPECT_TRUE(window->frame().readComm().isActive());  // the key command started the poll again
+}
+
+// After toolbar key 2 the page shows channel 1 again (panel 3), and the
+// channel choice on the page follows it: a key goes to the channel on display.
+TEST_F(GuiStation, PageChannelFollowsPanelThreeAndKeysGoThere) {
+    Open({{1, "QEL2100"}});
+    ASSERT_TRUE(Until([] { return g_ticks >= 2; }, 10000));
+    auto* channel = window->findChild<QComboBox*>("channel");
+    ASSERT_NE(channel, nullptr);
+    channel->setCurrentIndex(1);
+    emit channel->activated(1);
+    EXPECT_EQ(qel::StatusPanel3, "2");
+    window->findChild<QAction*>("button2")->trigger();
+    EXPECT_EQ(qel::StatusPanel3, "1");
+    ASSERT_TRUE(Until([&] { return channel->currentIndex() == 0; }, 5000));
+    window->findChild<QPushButton*>("RUN")->click();
+    EXPECT_TRUE(Until([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
+    EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);
 }

@@ -210,3 +210,25 @@ TEST(StationExit, SignalDuringAWalkWritesTheEndLineOnceAndNothingAfterIt) {
         EXPECT_TRUE(log.last().endsWith("  User End Program")) << log.last().toStdString();
     }
 }
+
+// A chamber whose model has no poll block yet is never read; it says so
+// instead of showing the zeros of an empty record as a stopped chamber.
+TEST(StationLine, AChamberThatIsNotPolledSaysSo) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}, {2, "QEL2100"}}, kServed));
+    StationFolder folder;
+    ASSERT_TRUE(folder.prepare(line));
+    ASSERT_TRUE(qel::WriteProfileString("Model", "2", "QEL2300/", folder.path() + "/SetUserTag.ini"));
+    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH),
+                                     {"--headless", "--app-dir", folder.path(), "--cycles", "5", "--json"});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    for (const QJsonObject& o : JsonLines(r.out)) {
+        const bool two = o["Chamber"].toInt() == 2;
+        EXPECT_EQ(o["Polled"].toBool(), !two);
+        if (two) {
+            EXPECT_EQ(o["State"].toString(), "NOT POLLED");
+        }
+    }
+    EXPECT_EQ(Requests(line, "2"), 0);
+    EXPECT_GT(Requests(line, "1"), 0);
+}
