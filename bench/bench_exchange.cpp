@@ -6,12 +6,16 @@
 #include "link.h"
 #include "modbus.h"
 #include "qel2000_poll.h"
+#include "serial_port.h"
 #include "state.h"
 #include "vbtext.h"
 
 #include <benchmark/benchmark.h>
 #include <QCoreApplication>
 #include <QTemporaryDir>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
 
 using namespace qel;
 
@@ -58,6 +62,27 @@ static void BM_PollOfARunningChamber(benchmark::State& state) {
     SetClock(nullptr);
 }
 BENCHMARK(BM_PollOfARunningChamber);
+
+// The close and open of the serial port that every serial exchange makes,
+// on a pseudo-terminal: what the port layer adds to each exchange.
+static void BM_ReopenOfTheSerialPort(benchmark::State& state) {
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) {
+        state.SkipWithError("no pseudo-terminal");
+        return;
+    }
+    SerialPortDevices[1] = QString::fromLocal8Bit(ptsname(master));
+    auto port = MakeQtSerialPort();
+    port->setCommPort(1);
+    port->setSettings("9600,n,8,1");
+    for (auto _ : state) {
+        port->setPortOpen(true);
+        port->setPortOpen(false);
+    }
+    port.reset();
+    close(master);
+}
+BENCHMARK(BM_ReopenOfTheSerialPort)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
