@@ -11,16 +11,117 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QStandardPaths>
+#include <algorithm>
+#include <array>
 #include <cstdio>
 
 using namespace qel;
 
 namespace {
 
-void Fail(const QString& message) {
-    std::fprintf(stderr, "qelpoll: %s\n", message.toLocal8Bit().constData());
-    std::exit(2);
+// Everything the command line asks for, checked before any port is touched.
+struct PollOptions {
+    QString protocol;  // "RTU", "ASC", "ETH"
+    QString device;
+    QString ip;
+    QString baud;
+    QString parity;
+    int remotePort = 502;
+    int address = 1;
+    QString model;
+    std::array<int, 3> dp{1, 1, 1};
+    int pcSpeed = 300;
+    int count = 1;
+    QString key;  // "" when no key is sent
+    int channel = 1;
+    bool json = false;
+    QString appDir;
+};
+
+// The line speeds a controller's serial port is set to.
+constexpr std::array<int, 8> kLineSpeeds{1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
+
+// Decimal digits only (no sign, blank or "&H"), within [lo, hi].
+bool WholeNumber(const QString& text, int lo, int hi, int* out) {
+    static const QRegularExpression digits(QStringLiteral("^[0-9]{1,9}$"));
+    if (!digits.match(text).hasMatch()) return false;
+    const int v = text.toInt();
+    if (v < lo || v > hi) return false;
+    *out = v;
+    return true;
+}
+
+QString Quoted(const QString& text) { return u'"' + text + u'"'; }
+
+QString Refusal(const char* option, const char* takes, const QString& value) {
+    return QStringLiteral("--%1 takes %2, not %3").arg(QLatin1String(option), QLatin1String(takes), Quoted(value));
+}
+
+// Fills `o` from the parsed command line; returns why it cannot be run, or ""
+// when every option is well-formed and in range. A malformed address must
+// never reach the line as 0: every controller obeys address 0.
+QString CheckOptions(const QCommandLineParser& p, PollOptions& o) {
+    const auto value = [&p](const char* name) { return p.value(QLatin1String(name)); };
+    o.protocol = value("protocol").toUpper();
+    if (o.protocol != u"RTU" && o.protocol != u"ASC" && o.protocol != u"ETH")
+        return Refusal("protocol", "RTU, ASC or ETH", value("protocol"));
+    o.model = value("model").toUpper();
+    if (o.model != u"QEL2000" && o.model != u"QEL2100") return Refusal("model", "QEL2000 or QEL2100", value("model"));
+    o.parity = value("parity");
+    if (o.parity != u"None" && o.parity != u"Even" && o.parity != u"Odd")
+        return Refusal("parity", "None, Even or Odd", o.parity);
+
+    int baud = 0;
+    if (!WholeNumber(value("baud"), 1, 1000000, &baud) ||
+        std::find(kLineSpeeds.begin(), kLineSpeeds.end(), baud) == kLineSpeeds.end())
+        return Refusal("baud", "a line speed (1200, 2400, 4800, 9600, 19200, 38400, 57600 or 115200)", value("baud"));
+    o.baud = QString::number(baud);
+    if (!WholeNumber(value("remote-port"), 1, 65535, &o.remotePort))
+        return Refusal("remote-port", "a TCP port 1 to 65535", value("remote-port"));
+    if (!WholeNumber(value("address"), 1, 247, &o.address))
+        return Refusal("address", "a slave address 1 to 247", value("address"));
+    if (!WholeNumber(value("pcspeed"), 10, 30000, &o.pcSpeed))
+        return Refusal("pcspeed", "a reply time of 10 to 30000 milliseconds", value("pcspeed"));
+    if (!WholeNumber(value("count"), 0, 1000000000, &o.count))
+        return Refusal("count", "a whole number of polls (0 polls until interrupted)", value("count"));
+    if (!WholeNumber(value("channel"), 1, 3, &o.channel)) return Refusal("channel", "1, 2 or 3", value("channel"));
+
+    if (p.isSet(QStringLiteral("dp"))) {
+        const QStringList places = value("dp").split(u',');
+        const int channels = ChannelCountOf(o.model);
+        if (places.size() > channels)
+            return QStringLiteral("--dp gives %1 channels, but a %2 has %3")
+                .arg(places.size())
+                .arg(o.model)
+                .arg(channels);
+        for (qsizetype k = 0; k < places.size(); ++k)
+            if (!WholeNumber(places[k].trimmed(), 0, 2, &o.dp[static_cast<size_t>(k)]))
+                return Refusal("dp", "0, 1 or 2 places per channel, comma separated", value("dp"));
+    }
+
+    if (p.isSet(QStringLiteral("key"))) {
+        o.key = value("key").toLower();
+        if (o.key != u"run" && o.key != u"stop" && o.key != u"hold" && o.key != u"step" && o.key != u"user")
+            return Refusal("key", "run, stop, hold, step or user", value("key"));
+    }
+
+    o.device = value("device").trimmed();
+    o.ip = value("ip").trimmed();
+    if (o.protocol == u"ETH" && o.ip.isEmpty()) return QStringLiteral("--ip is needed for ETH");
+    if (o.protocol != u"ETH" && o.device.isEmpty()) return QStringLiteral("--device is needed for RTU and ASC");
+
+    if (!p.positionalArguments().isEmpty())
+        return QStringLiteral("unexpected argument ") + Quoted(p.positionalArguments().constFirst());
+    o.json = p.isSet(QStringLiteral("json"));
+    o.appDir = value("app-dir");
+    return QString();
+}
+
+int Refuse(const QString& why) {
+    std::fprintf(stderr, "qelpoll: %s\n", why.toLocal8Bit().constData());
+    return 2;
 }
 
 QString ChannelLine(int ch) {
@@ -58,28 +159,31 @@ int main(int argc, char** argv) {
         "Polls one QEL2000 or QEL2100 chamber controller over Modbus and prints what it reads.\n"
         "Serial: qelpoll --protocol RTU --device /dev/ttyUSB0 --baud 9600 --address 1 --model QEL2000\n"
         "Key:    qelpoll --protocol RTU --device /dev/ttyUSB0 --address 1 --key run --channel 1 --count 3\n"
-        "TCP:    qelpoll --protocol ETH --ip 192.0.2.10 --remote-port 502 --address 1 --model QEL2100 --json"));
-    p.addHelpOption();
+        "TCP:    qelpoll --protocol ETH --ip 192.0.2.10 --remote-port 502 --address 1 --model QEL2100 --json\n"
+        "A malformed or out-of-range option ends qelpoll with status 2 before anything is sent."));
+    const QCommandLineOption help = p.addHelpOption();
     p.addOption({QStringLiteral("protocol"), QStringLiteral("RTU, ASC (Modbus ASCII) or ETH (Modbus/TCP)."),
                  QStringLiteral("name"), QStringLiteral("RTU")});
     p.addOption({QStringLiteral("device"), QStringLiteral("Serial device for RTU and ASC, e.g. /dev/ttyUSB0."),
                  QStringLiteral("path")});
-    p.addOption({QStringLiteral("baud"), QStringLiteral("Baud rate of the serial line (9600, 19200, 38400)."),
+    p.addOption({QStringLiteral("baud"),
+                 QStringLiteral("Baud rate of the serial line: 1200, 2400, 4800, 9600, 19200, 38400, 57600 or 115200."),
                  QStringLiteral("n"), QStringLiteral("9600")});
     p.addOption({QStringLiteral("parity"), QStringLiteral("Parity of the serial line: None, Even or Odd."),
                  QStringLiteral("p"), QStringLiteral("None")});
     p.addOption({QStringLiteral("ip"), QStringLiteral("Controller address for ETH."), QStringLiteral("address")});
-    p.addOption({QStringLiteral("remote-port"), QStringLiteral("TCP port for ETH."), QStringLiteral("port"),
+    p.addOption({QStringLiteral("remote-port"), QStringLiteral("TCP port for ETH, 1 to 65535."), QStringLiteral("port"),
                  QStringLiteral("502")});
-    p.addOption({QStringLiteral("address"), QStringLiteral("Modbus slave address of the controller."),
+    p.addOption({QStringLiteral("address"), QStringLiteral("Modbus slave address of the controller, 1 to 247."),
                  QStringLiteral("n"), QStringLiteral("1")});
     p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel) or QEL2100 (two channels)."),
                  QStringLiteral("model"), QStringLiteral("QEL2000")});
     p.addOption({QStringLiteral("dp"),
-                 QStringLiteral("Decimal places of each channel (0, 1 or 2), comma separated, e.g. 1,1."),
-                 QStringLiteral("d1,d2"), QStringLiteral("1,1")});
-    p.addOption({QStringLiteral("pcspeed"), QStringLiteral("Reply time budget in milliseconds."), QStringLiteral("ms"),
-                 QStringLiteral("300")});
+                 QStringLiteral("Decimal places of each channel (0, 1 or 2), comma separated, at most one per "
+                                "channel of the model, e.g. 1,1 (default: 1 for each channel)."),
+                 QStringLiteral("d1,d2")});
+    p.addOption({QStringLiteral("pcspeed"), QStringLiteral("Reply time budget in milliseconds, 10 to 30000."),
+                 QStringLiteral("ms"), QStringLiteral("300")});
     p.addOption({QStringLiteral("count"), QStringLiteral("Number of polls; 0 polls until interrupted."),
                  QStringLiteral("n"), QStringLiteral("1")});
     p.addOption({QStringLiteral("json"),
@@ -92,79 +196,62 @@ int main(int argc, char** argv) {
     p.addOption({QStringLiteral("app-dir"),
                  QStringLiteral("Folder whose Error/ subfolder takes the error log (default: a per-user data folder)."),
                  QStringLiteral("dir")});
-    p.process(app);
+    if (!p.parse(app.arguments())) return Refuse(p.errorText());
+    if (p.isSet(help)) p.showHelp(0);
 
     ResetAllState();
     ResetRunState();
     FillBitTables();
 
-    Protocol = p.value(QStringLiteral("protocol")).toUpper();
-    if (Protocol != u"RTU" && Protocol != u"ASC" && Protocol != u"ETH")
-        Fail(QStringLiteral("unknown protocol ") + Protocol);
-    const QString model = p.value(QStringLiteral("model")).toUpper();
-    if (model != u"QEL2000" && model != u"QEL2100") Fail(QStringLiteral("unknown model ") + model);
-    const int channel = p.value(QStringLiteral("channel")).toInt();
-    if (channel < 1 || channel > 3) Fail(QStringLiteral("--channel takes 1, 2 or 3"));
+    PollOptions o;
+    if (const QString why = CheckOptions(p, o); !why.isEmpty()) return Refuse(why);
 
-    QString dir = p.value(QStringLiteral("app-dir"));
+    QString dir = o.appDir;
     if (dir.isEmpty()) dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    QDir().mkpath(dir);
+    if (dir.isEmpty() || !QDir().mkpath(dir) || !QDir(dir).mkpath(QStringLiteral("Error")))
+        return Refuse(QStringLiteral("cannot make the folder ") + Quoted(QDir(dir).filePath(QStringLiteral("Error"))));
     AppPath = QDir(dir).absolutePath() + u'/';
-    QDir(AppPath).mkpath(QStringLiteral("Error"));
 
+    Protocol = o.protocol;
     PortNumber = 1;
-    if (Protocol != u"ETH") {
-        if (!p.isSet(QStringLiteral("device"))) Fail(QStringLiteral("--device is needed for RTU and ASC"));
-        SerialPortDevices[1] = p.value(QStringLiteral("device"));
-    } else if (!p.isSet(QStringLiteral("ip"))) {
-        Fail(QStringLiteral("--ip is needed for ETH"));
-    }
-    BaudRate = p.value(QStringLiteral("baud"));
-    Parity = p.value(QStringLiteral("parity"));
-    if (Parity != u"None" && Parity != u"Even" && Parity != u"Odd")
-        Fail(QStringLiteral("parity must be None, Even or Odd"));
-    RemotePort = static_cast<int16_t>(p.value(QStringLiteral("remote-port")).toInt());
-    PCSpeed = static_cast<int16_t>(std::clamp(p.value(QStringLiteral("pcspeed")).toInt(), 1, 30000));
+    if (Protocol != u"ETH") SerialPortDevices[1] = o.device;
+    BaudRate = o.baud;
+    Parity = o.parity;
+    // The setting is 16 bits wide, as in the settings file; a port above
+    // 32767 keeps its bits and reaches the socket as the same number.
+    RemotePort = static_cast<int16_t>(static_cast<uint16_t>(o.remotePort));
+    PCSpeed = static_cast<int16_t>(o.pcSpeed);
 
     MaxChamberNo = 1;
     ChamberUse[0] = QStringLiteral("1");
-    ChamberAddress[0] = p.value(QStringLiteral("address"));
-    ChamberIP[0] = p.value(QStringLiteral("ip"));
-    ChamberModel[0] = model;
-    Chamber[0].ChannelCount = ChannelCountOf(model);
-    const QStringList dps = p.value(QStringLiteral("dp")).split(u',');
-    for (int k = 0; k < std::min<qsizetype>(dps.size(), 3); ++k) {
-        const int places = dps[k].trimmed().toInt();
-        if (places < 0 || places > 2) Fail(QStringLiteral("--dp takes 0, 1 or 2 places per channel"));
-        Chamber[0].DP[k] = QString(places, u'0');
-    }
+    ChamberAddress[0] = QString::number(o.address);
+    ChamberIP[0] = o.ip;
+    ChamberModel[0] = o.model;
+    Chamber[0].ChannelCount = ChannelCountOf(o.model);
+    for (size_t k = 0; k < o.dp.size(); ++k) Chamber[0].DP[k] = QString(o.dp[k], u'0');
 
     InstallQtLink();
     OpenLink();
     if (Protocol == u"ETH") WaitSec(PCSpeed / 1000.0);
 
-    if (p.isSet(QStringLiteral("key"))) {
-        const QString key = p.value(QStringLiteral("key")).toLower();
-        StatusPanel3 = p.value(QStringLiteral("channel"));  // the key routines take the channel from here
-        if (key == u"run")
+    if (!o.key.isEmpty()) {
+        StatusPanel3 = QString::number(o.channel);  // the key routines take the channel from here
+        if (o.key == u"run")
             SetStartPT(1);
-        else if (key == u"stop")
+        else if (o.key == u"stop")
             SetStopMode(1);
-        else if (key == u"hold")
+        else if (o.key == u"hold")
             SetHoldMode(1, 1);
-        else if (key == u"step")
+        else if (o.key == u"step")
             SetAdvMode(1);
-        else if (key == u"user")
-            SetUserKey(1);
         else
-            Fail(QStringLiteral("--key takes run, stop, hold, step or user"));
+            SetUserKey(1);
     }
 
-    const int count = p.value(QStringLiteral("count")).toInt();
-    for (int n = 1; count <= 0 || n <= count; ++n) {
+    for (int n = 1; o.count == 0 || n <= o.count; ++n) {
         ReadCommBlock(1);
-        PrintPoll(p.isSet(QStringLiteral("json")), n);
-        if (count <= 0 || n < count) WaitSec(0.1);
+        PrintPoll(o.json, n);
+        if (o.count == 0 || n < o.count) WaitSec(0.1);
     }
     const bool failed = CommError[0] != 0 || FailCount[0] > 0;
     ClosePort(PortNumber);

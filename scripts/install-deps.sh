@@ -12,6 +12,7 @@ PKGS=(
   python3 python3-pymodbus python3-serial python3-serial-asyncio
   libmodbus-dev
   xvfb xauth
+  fonts-nanum  # Hangul glyphs: Korean chamber names and captions would show as boxes without a CJK font
 )
 
 missing=()

@@ -1,6 +1,5 @@
 #include "app_folder.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -64,12 +63,47 @@ QString ResolveAppFolder(const QString& appDirOption, const QString& programDir,
     return WithSlash(user);
 }
 
+const QString& InstanceLock::FileName() {
+    static const QString name = QStringLiteral(".qelstation.lock");
+    return name;
+}
+
 InstanceLock::InstanceLock(const QString& appFolder) {
-    const QByteArray key =
-        QCryptographicHash::hash(QDir(appFolder).absolutePath().toUtf8(), QCryptographicHash::Sha1).toHex().left(16);
-    lock_ = std::make_unique<QLockFile>(
-        QDir::temp().filePath(QStringLiteral("qelstation-") + QString::fromLatin1(key) + QStringLiteral(".lock")));
+    const QString folder = QFileInfo(appFolder).canonicalFilePath();
+    if (folder.isEmpty()) {
+        reason_ = QStringLiteral("the folder %1 does not exist").arg(appFolder);
+        return;
+    }
+    const QString path = QDir(folder).filePath(FileName());
+    lock_ = std::make_unique<QLockFile>(path);
+    // Only an owner that is gone makes the lock stale, never its age: a
+    // station holds its folder for weeks.
+    lock_->setStaleLockTime(0);
     acquired_ = lock_->tryLock(0);
+    if (acquired_) return;
+
+    qint64 pid = 0;
+    QString host, program;
+    switch (lock_->error()) {
+        case QLockFile::LockFailedError:
+            if (lock_->getLockInfo(&pid, &host, &program))
+                reason_ = QStringLiteral("another station (%1, process %2 on %3) is running on %4")
+                              .arg(program.isEmpty() ? QStringLiteral("qelstation") : program)
+                              .arg(pid)
+                              .arg(host.isEmpty() ? QStringLiteral("this computer") : host, folder);
+            else
+                reason_ = QStringLiteral(
+                              "another station is running on %1 (its lock file %2 cannot be read; remove it "
+                              "if no station runs)")
+                              .arg(folder, path);
+            break;
+        case QLockFile::PermissionError:
+            reason_ = QStringLiteral("the folder %1 cannot be written, so the station cannot lock it").arg(folder);
+            break;
+        default:
+            reason_ = QStringLiteral("the lock file %1 cannot be made").arg(path);
+            break;
+    }
 }
 
 InstanceLock::~InstanceLock() = default;

@@ -23,16 +23,28 @@ QString DefaultsFolder(const QString& programDir);
 bool FillFromDefaults(const QString& defaults, const QString& target);
 
 // Holds a lock for one application folder while the station runs; a second
-// station on the same folder fails to take it.
+// station on the same folder fails to take it. The lock is a file inside the
+// folder itself, so every way to the folder (a symbolic link, a bind mount,
+// another TMPDIR, a relative path) meets the same lock. A lock left behind by
+// a station that is gone (a crash, a power cut) is taken over; a running
+// station keeps its folder however long it runs.
 class InstanceLock {
 public:
     explicit InstanceLock(const QString& appFolder);
     ~InstanceLock();
     bool acquired() const { return acquired_; }
+    // Why the lock was not taken, as a sentence for the operator; empty when
+    // it was.
+    const QString& reason() const { return reason_; }
+
+    // The name of the lock file in the application folder. It starts with a
+    // dot, so that copying a folder's files (FillFromDefaults) leaves it out.
+    static const QString& FileName();
 
 private:
     std::unique_ptr<QLockFile> lock_;
     bool acquired_ = false;
+    QString reason_;
 };
 
 }  // namespace qel

@@ -27,6 +27,14 @@ SettingsLinkCalls& LinkCallsOfSettings();
 // language file, or a number too large for its integer ends the loader with
 // one error-log line "<description>modFunc.ReadCOMINI"; what was read so far
 // stays, the rest keeps its value, and the link is not opened.
+//
+// Adds to the list of settings problems (config_report.h), once each: why
+// the loader stopped (a missing, empty or non-text file, a protocol without
+// "/", a number too wide, the language), a protocol other than RTU, ASC or
+// ETH, a serial port number or baud rate that cannot open the line, a parity
+// digit other than 1 to 3, a PCSpeed that is not positive, a TCP port 0, and
+// on ETH every chamber in use without an IP address. Runs after ReadUserTag,
+// which empties the list.
 void ReadCOMINI();
 
 // What the set-up form offers for section "CommSet".

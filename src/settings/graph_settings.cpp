@@ -1,8 +1,10 @@
 #include "graph_settings.h"
 
+#include "config_report.h"
 #include "errorlog.h"
 #include "profile.h"
 #include "runtime_error.h"
+#include "settings_report.h"
 #include "state.h"
 #include "user_tag.h"
 #include "value_forms.h"
@@ -25,10 +27,17 @@ void WriteScreens(const QString& section, const QString& key, const QString& val
 }  // namespace
 
 void ReadDataGraph(int which) {
+    bool stopTold = false;  // why the loader ends early is told once
     try {
         const ProfileFile ini(SettingsPath(kScreens));
-        const auto number = [&ini](const QString& section, const QString& key, const char* def) {
-            return Val(ini.read(section, key, QLatin1String(def), 15, 10));
+        if (const QString whole = FileProblem(ini, kScreens); !whole.isEmpty())
+            ReportConfigProblem(whole + (which == 99 ? QStringLiteral(": the pattern graph uses the default scales")
+                                                     : QStringLiteral(": the trend graphs use the default scales")));
+        const auto text = [&ini](const QString& section, const QString& key, const char* def) {
+            return ini.read(section, key, QLatin1String(def), 15, 10);
+        };
+        const auto number = [&text](const QString& section, const QString& key, const char* def) {
+            return Val(text(section, key, def));
         };
         if (which == 99) {
             const QString s = QStringLiteral("PATTERN_Set");
@@ -38,22 +47,36 @@ void ReadDataGraph(int which) {
             PatternGraph.YMajor = number(s, QStringLiteral("Y_MAJOR"), "");
             return;
         }
+        // A number too wide for its 16 bits ends the loader.
+        const auto int16 = [&](const QString& section, const QString& key, const char* def) {
+            const QString t = text(section, key, def);
+            try {
+                return ToInt16(Val(t));
+            } catch (const RuntimeError&) {
+                ReportConfigProblem(OverflowProblem(kScreens, key, t, Val(t), -32768, 32767) +
+                                    QStringLiteral(": %1 is read no further").arg(kScreens));
+                stopTold = true;
+                throw;
+            }
+        };
         for (int c = 1; c <= kMaxChambers; ++c) {
             GraphInfoRec& g = GraphInfo[static_cast<size_t>(c)];
             const QString s = SetSection(c);
             for (int n = 1; n <= 3; ++n)
-                g.Max[static_cast<size_t>(n - 1)] = ToInt16(number(s, QStringLiteral("MAX_%1_%2").arg(c).arg(n), "10"));
+                g.Max[static_cast<size_t>(n - 1)] = int16(s, QStringLiteral("MAX_%1_%2").arg(c).arg(n), "10");
             for (int n = 1; n <= 3; ++n)
-                g.Min[static_cast<size_t>(n - 1)] = ToInt16(number(s, QStringLiteral("Min_%1_%2").arg(c).arg(n), "0"));
-            g.XMajor = ToInt16(number(s, QStringLiteral("X_MAJOR_%1").arg(c), ""));
-            g.YMajor = ToInt16(number(s, QStringLiteral("Y_MAJOR_%1").arg(c), ""));
+                g.Min[static_cast<size_t>(n - 1)] = int16(s, QStringLiteral("Min_%1_%2").arg(c).arg(n), "0");
+            g.XMajor = int16(s, QStringLiteral("X_MAJOR_%1").arg(c), "");
+            g.YMajor = int16(s, QStringLiteral("Y_MAJOR_%1").arg(c), "");
             // The trace comes first in the colour keys, the chamber first in the scales.
             for (int n = 1; n <= 9; ++n)
                 g.Color[static_cast<size_t>(n - 1)] =
                     ToInt32(number(s, QStringLiteral("COLOR_%1_%2").arg(n).arg(c), ""));
-            g.CurrentOrTargetSP = ToInt16(number(s, QStringLiteral("C_T_SP%1").arg(c), ""));
+            g.CurrentOrTargetSP = int16(s, QStringLiteral("C_T_SP%1").arg(c), "");
         }
     } catch (const RuntimeError& e) {
+        if (!stopTold)
+            ReportConfigProblem(QStringLiteral("%1 could not be read to its end (%2)").arg(kScreens, e.description()));
         ErrorTail(e.description(), kLogName);
     }
 }

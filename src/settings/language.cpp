@@ -1,6 +1,7 @@
 #include "language.h"
 
 #include "profile.h"
+#include "settings_report.h"
 #include "settings_state.h"
 #include "value_forms.h"
 
@@ -57,6 +58,34 @@ void LoadLanguage() {
             if (s == kLampSelect) ReadEntry(file, s + 1, key);
         }
     }
+}
+
+QString LanguageProblem() {
+    const QString name = LanguageFileName(Language);
+    if (name.isEmpty())
+        return Language.isEmpty()
+                   ? QStringLiteral("SetComm.ini names no language (KOR, ENG or CHN)")
+                   : QStringLiteral("Language %1 in SetComm.ini is not KOR, ENG or CHN").arg(Quoted(Language));
+    const ProfileFile file(SettingsPath(name));
+    if (const QString whole = FileProblem(file, name); !whole.isEmpty())
+        return QStringLiteral("The language file ") + whole;
+    // The same order as the load: the first entry it stops at.
+    const auto check = [&file, &name](size_t s, int key) {
+        const QString section = QLatin1String(kLanguageSections[s].name);
+        const QString k = QString::number(key);
+        if (file.read(section, k, QString(), 100, 100).contains(u'/')) return QString();
+        return TerminatorProblem(file, name, section, k, QStringLiteral("Caption %1 of [%2]").arg(k, section),
+                                 QString(), u'/', 99);
+    };
+    for (size_t s = 0; s < kLanguageSections.size(); ++s) {
+        if (s == kLampSelect + 1) continue;
+        for (int key = 1; key <= kLanguageSections[s].count; ++key) {
+            if (QString why = check(s, key); !why.isEmpty()) return why;
+            if (s == kLampSelect)
+                if (QString why = check(s + 1, key); !why.isEmpty()) return why;
+        }
+    }
+    return QString();
 }
 
 QString Lang(const QString& section, int key) {

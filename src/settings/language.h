@@ -45,6 +45,11 @@ QString LanguageFileName(const QString& language);
 // caller, and every entry not yet read keeps its old text.
 void LoadLanguage();
 
+// Why LoadLanguage fails for the Language in force, as the start of a
+// sentence for the operator ("The language file string-ren.xml is missing",
+// "string-ren.xml has no key 5 in [MainForm]"); "" when it loads.
+QString LanguageProblem();
+
 // The entry, or "" when the section or key does not exist.
 QString Lang(const QString& section, int key);
 

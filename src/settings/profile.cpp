@@ -178,10 +178,44 @@ struct ProfileFile::Parsed {
     }
 };
 
+namespace {
+
+ProfileFile::Shape ShapeOf(const QByteArray& bytes, bool ok, bool existed) {
+    using Shape = ProfileFile::Shape;
+    if (!existed) return Shape::Missing;
+    if (!ok) return Shape::Unreadable;
+    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF")) return Shape::Utf16;
+    if (bytes.contains('\0')) {
+        // UTF-16 of Latin text without a byte-order mark: NUL in every other byte.
+        const QByteArray head = bytes.left(64);
+        int evenNul = 0, oddNul = 0;
+        for (qsizetype i = 0; i < head.size(); ++i) (i % 2 ? oddNul : evenNul) += head[i] == '\0';
+        const qsizetype half = head.size() / 2;
+        return (evenNul >= half || oddNul >= half) && half > 0 ? Shape::Utf16 : Shape::Binary;
+    }
+    qsizetype i = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    while (i < bytes.size() && (IsBlank(bytes[i]) || bytes[i] == '\r' || bytes[i] == '\n')) ++i;
+    return i == bytes.size() ? Shape::Empty : Shape::Text;
+}
+
+}  // namespace
+
 ProfileFile::ProfileFile(const QString& path) {
     bool ok = false, existed = false;
     bytes_ = ReadAll(path, &ok, &existed);
+    shape_ = ShapeOf(bytes_, ok, existed);
     parsed_ = std::make_unique<Parsed>(bytes_);
+}
+
+bool ProfileFile::hasSection(const QString& section) const { return parsed_->sections.contains(FoldedName(section)); }
+
+bool ProfileFile::contains(const QString& section, const QString& key) const {
+    const auto s = parsed_->sections.constFind(FoldedName(section));
+    return s != parsed_->sections.cend() && s->contains(FoldedName(key));
+}
+
+QString ProfileFile::fullValue(const QString& section, const QString& key) const {
+    return read(section, key, QString(), kNoBuffer, kNoBuffer);
 }
 
 ProfileFile::~ProfileFile() = default;

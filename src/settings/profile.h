@@ -40,10 +40,26 @@ public:
     // min(buffer, size - 1) bytes of CP949.
     QString read(const QString& section, const QString& key, const QString& def, int buffer, int size) const;
 
+    // For saying what is wrong with a file; the reads above never fail.
+    enum class Shape {
+        Text,        // something to read
+        Missing,     // no such file
+        Unreadable,  // there, but cannot be opened (a folder, no permission)
+        Empty,       // nothing but blanks and line ends
+        Utf16,       // UTF-16 (a byte-order mark, or every other byte NUL)
+        Binary,      // NUL bytes: not a text file
+    };
+    Shape shape() const { return shape_; }
+    bool hasSection(const QString& section) const;
+    bool contains(const QString& section, const QString& key) const;
+    // The whole value as the file holds it (no read size), "" when absent.
+    QString fullValue(const QString& section, const QString& key) const;
+
 private:
     struct Parsed;
     QByteArray bytes_;
     std::unique_ptr<Parsed> parsed_;
+    Shape shape_ = Shape::Missing;
 };
 
 // One read from a file, as the platform call makes it.

@@ -1,5 +1,6 @@
 #include "settings_state.h"
 
+#include "config_report.h"
 #include "language.h"
 
 namespace qel {
@@ -26,6 +27,7 @@ void ResetSettingsState() {
     GraphLine = TrendLineColors{};
     for (auto& names : DIErrorName) names.fill(QString());
     ClearLanguageTables();
+    ClearConfigProblems();
 }
 
 }  // namespace qel

@@ -14,6 +14,13 @@ namespace qel {
 // A text without its terminator (an absent file stops at chamber 1's Name)
 // ends the loader with "<description>modFunc.ReadUserTag"; values read so
 // far stay, the rest keep their defaults.
+//
+// As the first settings read of a start-up it empties the list of settings
+// problems (config_report.h) and then adds, once each: a file that is
+// missing, empty or not text; MAX_CHAMBER_NO absent, not a number, 0 or
+// outside 0 to 30; the text where the loader stops; and for every chamber in
+// use (1 to MAX_CHAMBER_NO, "Chamber NN" not 0) an address that is not 1 to
+// 247 and a model that is none of QEL2000 to QEL2400.
 void ReadUserTag();
 
 // One row of the set-up form's chamber table.
