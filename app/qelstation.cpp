@@ -2,7 +2,6 @@
 // the main frame; with --headless (or no display) it runs the same start-up
 // and poll walk without a window.
 #include "app_folder.h"
-#include "config_report.h"
 #include "end_signals.h"
 #include "headless.h"
 #include "main_window.h"
@@ -97,8 +96,7 @@ int RunWindowed(QApplication& app, const Options& o) {
     }
     InstanceLock lock(AppPath);
     if (!lock.acquired()) {
-        QMessageBox::critical(nullptr, QStringLiteral("Error"),
-                              QStringLiteral("The station is already running on ") + AppPath);
+        QMessageBox::critical(nullptr, QStringLiteral("Error"), lock.reason());
         return 1;
     }
     Splash splash;
@@ -131,7 +129,6 @@ int RunWindowed(QApplication& app, const Options& o) {
         // empty, untitled frame.
         window->frame().load();
         window->caption();
-        window->showProblems(ConfigProblems());
         window->op().setProgressBar(nullptr);
         window->show();
         splash.close();
@@ -155,8 +152,7 @@ int main(int argc, char** argv) {
         }
         InstanceLock lock(AppPath);
         if (!lock.acquired()) {
-            std::fprintf(stderr, "qelstation: Error: the station is already running on %s\n",
-                         AppPath.toLocal8Bit().constData());
+            std::fprintf(stderr, "qelstation: Error: %s\n", lock.reason().toLocal8Bit().constData());
             return 1;
         }
         return RunHeadless(o.run);

@@ -252,6 +252,15 @@ bool WritableAddress(const QString& text) {
     return ok && a >= 1 && a <= 247;
 }
 
+// A read may go to an empty address (frame address 00, which no controller
+// answers) but never to one whose low byte names another controller.
+bool ReadableAddress(const QString& text) {
+    const QString t = text.trimmed();
+    bool ok = true;
+    for (QChar c : t) ok = ok && c.isDigit();
+    return ok && (t.isEmpty() || t.toInt() <= 247);
+}
+
 // A run-time failure inside the exchange: the chamber is lost and the frame
 // so far goes to the error log.
 void LostInTheMiddle(int16_t chamber, const QString& what, const QString& body, const QString& soFar) {
@@ -312,6 +321,11 @@ QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, 
         if (expect.isEmpty() && !WritableAddress(ChamberAddress[i])) {
             TryWriteErrorLog(QStringLiteral("ADR:") + QString::number(chamber) + QStringLiteral(" address \"") +
                              ChamberAddress[i] + QStringLiteral("\" is no slave address, not sent 송:") + body);
+            return QString();
+        }
+        if (!expect.isEmpty() && !ReadableAddress(ChamberAddress[i])) {
+            // Its low byte would ask another controller: 300 would read controller 44.
+            CountFailure(chamber, Protocol == u"RTU" ? 2 : 3);
             return QString();
         }
         if (Protocol == u"RTU") return RtuExchange(expect, minLen, chamber, body, soFar);

@@ -52,7 +52,9 @@ QByteArray TcpFrame(const QString& addressDigits, const QString& body);
 // later reply. Keeps FailCount (stopping at 32767) and CommError of the
 // chamber: RTU is lost at the third failed read, ASC and ETH at the fourth; a
 // write never touches them. A write to a chamber whose address is not 1 to
-// 247 (0 would be the broadcast) is not sent; an error-log line says so.
+// 247 (0 would be the broadcast) is not sent; an error-log line says so. A
+// read for an address that is not a number or above 247 is not sent either
+// and counts as failed: its low byte would name another controller.
 // The result is "" after a failed RTU or ETH read and after any write; a bad
 // ASC reply is still returned, so callers test FailCount. A run-time failure
 // inside marks the chamber lost and logs; a trace or log line that cannot be

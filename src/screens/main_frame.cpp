@@ -94,6 +94,7 @@ void MainFrame::load() {
         ErrorTail(e.description(), QStringLiteral("MDIfrmMenu.Form_Load_Err"));
     }
     readComm_.start();  // polling starts as soon as the load is over
+    emit loaded();
     emit stateChanged();
 }
 

@@ -71,6 +71,8 @@ signals:
     void tickDone();
     // The status panels or the toolbar changed.
     void stateChanged();
+    // The load is over; ConfigProblems() holds what it found wrong.
+    void loaded();
 
 private:
     void tick();

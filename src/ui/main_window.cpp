@@ -2,6 +2,7 @@
 
 #include "about_dialog.h"
 #include "captions.h"
+#include "config_report.h"
 #include "language.h"
 #include "line_view.h"
 #include "link.h"
@@ -66,11 +67,18 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), op_(this) {
         panels_[p]->setFrameStyle(QFrame::Panel | QFrame::Sunken);
         statusBar()->addWidget(panels_[p], p == 0 ? 4 : 1);
     }
+    // Settings problems stand beside the three panels, which carry state.
+    problems_ = new QLabel(this);
+    problems_->setObjectName(QStringLiteral("settingsProblems"));
+    problems_->setStyleSheet(QStringLiteral("QLabel { color: white; background: #b00000; padding: 0 6px; }"));
+    problems_->hide();
+    statusBar()->addPermanentWidget(problems_);
     // The serial layer's own box ("...Serial port error") shows over the frame.
     previousBox_ = ShowMessageBox;
     ShowMessageBox = [this](const QString& text) { op_.message(QCoreApplication::applicationName(), text); };
     connect(frame_, &MainFrame::tickDone, this, &MainWindow::refresh);
     connect(frame_, &MainFrame::stateChanged, this, &MainWindow::refresh);
+    connect(frame_, &MainFrame::loaded, this, [this] { showProblems(ConfigProblems()); });
     resize(1100, 700);
 }
 
@@ -87,11 +95,12 @@ void MainWindow::caption() {
 }
 
 void MainWindow::showProblems(const QStringList& problems) {
+    problems_->setVisible(!problems.isEmpty());
     if (problems.isEmpty()) return;
-    StatusPanel1 = problems.size() == 1 ? problems.first()
-                                        : problems.first() + QStringLiteral(" (and %1 more)").arg(problems.size() - 1);
-    panels_[0]->setToolTip(problems.join(u'\n'));
-    refresh();
+    problems_->setText(problems.size() == 1
+                           ? problems.first()
+                           : problems.first() + QStringLiteral(" (and %1 more)").arg(problems.size() - 1));
+    problems_->setToolTip(problems.join(u'\n'));
 }
 
 QList<QJsonObject> MainWindow::shownRows() const {

@@ -32,8 +32,8 @@ public:
     QtOperator& op() { return op_; }
     // Captions and tool tips from the language tables.
     void caption();
-    // What was wrong with the settings, in status panel 1 (all of it in its
-    // tool tip) until the line has something to say there.
+    // What was wrong with the settings, in the status bar beside the three
+    // panels (all of it in the tool tip); nothing shows when all is well.
     void showProblems(const QStringList& problems);
     // The texts the screen on display shows, one object per chamber row of
     // the overview, or per channel of the page: {"Chamber", "Shown": [...]}.
@@ -60,6 +60,7 @@ private:
     QToolBar* toolbar_;
     std::array<QAction*, MainFrame::kToolButtons> actions_{};
     std::array<QLabel*, 3> panels_{};
+    QLabel* problems_ = nullptr;
     QMdiSubWindow* overview_ = nullptr;
     LineView* lineView_ = nullptr;
     QMdiSubWindow* page_ = nullptr;

@@ -339,3 +339,19 @@ TEST_F(SerialExchange, FailCountStopsAtItsTop) {
     EXPECT_EQ(FailCount[0], 32767);
     EXPECT_EQ(CommError[0], -1);
 }
+
+// An address whose low byte names another controller is never read: the
+// chamber would show that controller's values as its own.
+TEST_F(SerialExchange, NoReadFromAnAddressThatNamesAnotherController) {
+    port->reply = [](const QByteArray& req) { return WithCrc(Block1Reply(static_cast<uint8_t>(req[0]))); };
+    for (const char* address : {"300", "x1", "1x", "-3"}) {
+        ChamberAddress[0] = address;
+        port->sent.clear();
+        FailCount[0] = 0;
+        EXPECT_EQ(Read(), "") << address;
+        EXPECT_TRUE(port->sent.isEmpty()) << address;
+        EXPECT_EQ(FailCount[0], 1) << address;
+    }
+    ChamberAddress[0] = "44";
+    EXPECT_FALSE(Read().isEmpty());
+}

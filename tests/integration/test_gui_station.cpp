@@ -5,6 +5,7 @@
 #include "line_fixture.h"
 #include "link.h"
 #include "main_window.h"
+#include "profile.h"
 #include "state.h"
 
 #include <QAction>
@@ -102,4 +103,19 @@ TEST_F(GuiStation, PageChannelFollowsPanelThreeAndKeysGoThere) {
     window->findChild<QPushButton*>("RUN")->click();
     EXPECT_TRUE(Until([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
     EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);
+}
+
+// What is wrong with the settings stands in the status bar after the load.
+TEST_F(GuiStation, SettingsProblemsShowInTheStatusPanel) {
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}, {2, "QEL2000"}}));
+    ASSERT_TRUE(folder.prepare(line));
+    ASSERT_TRUE(qel::WriteProfileString("CommSet", "Protocol", "XYZ/", folder.path() + "/SetComm.ini"));
+    qel::ResetAllState();
+    qel::AppPath = folder.path() + "/";
+    window = std::make_unique<qel::MainWindow>();
+    window->frame().load();
+    auto* panel = window->findChild<QLabel*>("settingsProblems");
+    ASSERT_NE(panel, nullptr);
+    EXPECT_TRUE(panel->text().contains("Protocol \"XYZ\" in SetComm.ini is not RTU, ASC or ETH"))
+        << panel->text().toStdString();
 }

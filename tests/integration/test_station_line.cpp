@@ -3,6 +3,9 @@
 #include "line_fixture.h"
 
 #include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
 #include <QJsonArray>
 #include <gtest/gtest.h>
 
@@ -97,17 +100,35 @@ TEST(QelPollKey, RunKeyOnChannelTwoStartsThatChannelOnly) {
     EXPECT_EQ(o["Status"].toArray()[0].toInt() & 3, 0);
 }
 
+// Every way to the same folder meets the same lock: the path itself, a
+// symbolic link, another temporary folder. A lock left by a station that
+// was killed is taken over.
 TEST(Station, SecondInstanceOnTheSameFolderIsRefused) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}));
     StationFolder folder;
     ASSERT_TRUE(folder.prepare(line));
+    QTemporaryDir elsewhere;
+    const QString link = elsewhere.path() + "/via-link";
+    ASSERT_TRUE(QFile::link(folder.path(), link));
     ChildProcess first;
     ASSERT_TRUE(first.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--json"}));
     ASSERT_FALSE(first.waitForLine("{").isNull());
-    const RunResult second = qeltest::Run(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--cycles", "1"});
-    EXPECT_NE(second.exitCode, 0);
-    EXPECT_TRUE(second.err.contains("already running"));
+    for (const QString& way : {folder.path(), link}) {
+        QProcess second;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("TMPDIR", elsewhere.path());
+        second.setProcessEnvironment(env);
+        second.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", way, "--cycles", "1"});
+        ASSERT_TRUE(second.waitForFinished(20000));
+        EXPECT_NE(second.exitCode(), 0) << way.toStdString();
+        EXPECT_TRUE(second.readAllStandardError().contains("another station")) << way.toStdString();
+    }
+    first.process().kill();  // a crash: the lock file stays behind
+    first.process().waitForFinished(5000);
+    const RunResult after = qeltest::Run(QStringLiteral(QELSTATION_PATH),
+                                         {"--headless", "--app-dir", link, "--cycles", "1"});
+    EXPECT_EQ(after.exitCode, 0) << after.err.toStdString();
 }
 
 TEST(Station, NoChambersSetUpExitsNonZeroHeadless) {

@@ -232,3 +232,37 @@ TEST(StationLine, AChamberThatIsNotPolledSaysSo) {
     EXPECT_EQ(Requests(line, "2"), 0);
     EXPECT_GT(Requests(line, "1"), 0);
 }
+
+// A headless station says once on stderr what it found wrong in its
+// settings, and goes on as the settings' fallbacks say.
+TEST(StationSettings, ProblemsAreSaidOnceOnStderr) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}));
+    const struct {
+        const char* what;
+        std::function<bool(const QString&)> spoil;
+        const char* said;
+    } rows[] = {
+        {"protocol", [](const QString& d) { return qel::WriteProfileString("CommSet", "Protocol", "XYZ/", d + "/SetComm.ini"); },
+         "Protocol \"XYZ\" in SetComm.ini is not RTU, ASC or ETH: no chamber can be polled"},
+        {"model", [](const QString& d) { return qel::WriteProfileString("Model", "1", "QEL9999/", d + "/SetUserTag.ini"); },
+         "Chamber 1 has model \"QEL9999\" in SetUserTag.ini: it is not polled"},
+        {"count", [](const QString& d) { return qel::WriteProfileString("Set", "MAX_CHAMBER_NO", "-1", d + "/SetUserTag.ini"); },
+         "MAX_CHAMBER_NO -1 in SetUserTag.ini is outside 0 to 30: no chamber is polled"},
+        {"missing", [](const QString& d) { return QFile::remove(d + "/SetComm.ini"); }, "SetComm.ini is missing"},
+        {"utf-16", [](const QString& d) {
+             QFile f(d + "/SetComm.ini");
+             if (!f.open(QIODevice::WriteOnly)) return false;
+             f.write(QByteArray("\xFF\xFE") + QByteArray::fromRawData(reinterpret_cast<const char*>(u"[CommSet]\r\nProtocol=ETH/\r\n"), 52));
+             return true;
+         }, "SetComm.ini could not be read as text (UTF-16?"},
+    };
+    for (const auto& r : rows) {
+        StationFolder folder;
+        ASSERT_TRUE(folder.prepare(line));
+        ASSERT_TRUE(r.spoil(folder.path())) << r.what;
+        const RunResult run = qeltest::Run(QStringLiteral(QELSTATION_PATH),
+                                           {"--headless", "--app-dir", folder.path(), "--cycles", "3"});
+        EXPECT_EQ(run.err.count(QString::fromUtf8(r.said)), 1) << r.what << ": " << run.err.toStdString();
+    }
+}
