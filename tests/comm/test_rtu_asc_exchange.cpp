@@ -195,6 +195,11 @@ TEST_F(SerialExchange, TraceLineWhenAskedFor) {
     const QString r = ModbusTransact("&H302", minLen, 1, 1, "0300090001");
     EXPECT_EQ(r, "0103020001" + Hex(WithCrc(FromHex("0103020001"))).right(4));
     EXPECT_TRUE(ErrorLog().contains("  045 ADR:1 송:0300090001 수:" + r + "\r\n")) << ErrorLog().toStdString();
+    // A refused reply says why, where the failure's description goes.
+    port->reply = [](const QByteArray&) { return WithCrc(FromHex("0203020001")); };
+    ModbusTransact("&H302", minLen, 1, 1, "0300090001");
+    EXPECT_TRUE(ErrorLog().contains("  reply from another address 345 ADR:1 송:0300090001 수:0203020001"))
+        << ErrorLog().toStdString();
 }
 
 TEST_F(SerialExchange, RunTimeFailureInsideIsLoggedWithTheFrame) {
