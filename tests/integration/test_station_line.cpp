@@ -195,4 +195,27 @@ TEST_P(QelPollLine, PrintsWhatTheSimulatorServesIncludingNegativeValues) {
     EXPECT_EQ(o["DP"].toArray()[1].toString(), "00");
 }
 
+// An exception, half a reply or a header alone is a failed poll: qelpoll
+// says so by its exit status and prints no values from it.
+TEST_P(QelPollLine, AnAbnormalReplyIsAFailedPoll) {
+    const QString protocol = GetParam();
+    SimLine line;
+    ASSERT_TRUE(line.start(protocol, {{5, "QEL2000"}}, {"--frozen", "--no-noise", "--set", "5:0x0009:123"}));
+    QTemporaryDir logs;
+    QStringList args = {"--protocol", protocol, "--address", "5", "--pcspeed", "100", "--json", "--app-dir", logs.path()};
+    if (protocol == QLatin1String("ETH"))
+        args << "--ip" << QStringLiteral("%1.%2").arg(line.hostBase().section('.', 0, 2)).arg(line.hostBase().section('.', 3).toInt() + 4)
+             << "--remote-port" << QString::number(line.port());
+    else
+        args << "--device" << line.pty();
+    for (const char* fault : {"exception", "short", "header"}) {
+        ASSERT_FALSE(line.command(QStringLiteral("%1 5").arg(fault)).isNull());
+        const RunResult r = qeltest::Run(QStringLiteral(QELPOLL_PATH), args);
+        EXPECT_EQ(r.exitCode, 1) << fault;
+        const QJsonObject o = LastByChamber(r.out)[1];
+        EXPECT_EQ(o["FailCount"].toInt(), 1) << fault;
+        EXPECT_DOUBLE_EQ(o["PV"].toArray()[0].toDouble(), 0.0) << fault;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Protocols, QelPollLine, ::testing::Values("ETH", "RTU", "ASC"));
