@@ -34,7 +34,7 @@ QString SerialDeviceName(int portNumber) {
 }
 
 void InstallQtLink() {
-    if (!MSComm1) MSComm1 = MakeQtSerialPort();
+    if (!MSComm1) MSComm1 = MakeSerialPort();
     TcpSocket::Handlers h;
     h.dataArrival = WinsockDataArrival;
     h.error = WinsockError;

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QtGlobal>
 #include <memory>
 
 namespace qel {
@@ -29,5 +30,15 @@ public:
 // A serial port on QSerialPort. Port number n opens the device that
 // SerialDeviceName(n) names.
 std::unique_ptr<SerialPort> MakeQtSerialPort();
+
+#ifdef Q_OS_UNIX
+// The same on a POSIX terminal device directly, without the lock file
+// QSerialPort writes and syncs on every open (about 0.5 to 6 ms each, and
+// the exchange reopens the port for every request).
+std::unique_ptr<SerialPort> MakePosixSerialPort();
+#endif
+
+// The port the station uses: the POSIX one where there is one.
+std::unique_ptr<SerialPort> MakeSerialPort();
 
 }  // namespace qel

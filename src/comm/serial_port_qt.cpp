@@ -98,4 +98,12 @@ private:
 
 std::unique_ptr<SerialPort> MakeQtSerialPort() { return std::make_unique<QtSerialPort>(); }
 
+std::unique_ptr<SerialPort> MakeSerialPort() {
+#ifdef Q_OS_UNIX
+    return MakePosixSerialPort();
+#else
+    return MakeQtSerialPort();
+#endif
+}
+
 }  // namespace qel
