@@ -10,6 +10,17 @@
 
 namespace qel {
 
+// The settings text "9600,n,8,1" taken apart: baud, parity letter ('n',
+// 'e' or 'o'), data bits (7 or 8), stop bits (1 or 2). A text without four
+// fields or with a baud that is not a positive number raises RuntimeError.
+struct LineSettings {
+    int baud = 9600;
+    char parity = 'n';
+    int dataBits = 8;
+    int stopBits = 1;
+};
+LineSettings ParseLineSettings(const QString& settings);
+
 class SerialPort {
 public:
     virtual ~SerialPort() = default;

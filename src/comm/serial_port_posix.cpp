@@ -9,7 +9,6 @@
 
 #include "runtime_error.h"
 
-#include <QStringList>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -51,15 +50,9 @@ public:
     }
 
     void setSettings(const QString& settings) override {
-        const QStringList f = settings.split(u',');
-        if (f.size() != 4) throw RuntimeError(err::InvalidArgument);
-        bool ok = false;
-        const int baud = f[0].trimmed().toInt(&ok);
-        if (!ok || SpeedOf(baud) == 0) throw RuntimeError(err::InvalidArgument);
-        baud_ = baud;
-        parity_ = f[1].trimmed().toLower().isEmpty() ? u'n' : f[1].trimmed().toLower().at(0).unicode();
-        dataBits_ = f[2].trimmed() == u"7" ? 7 : 8;
-        stopBits_ = f[3].trimmed() == u"2" ? 2 : 1;
+        const LineSettings l = ParseLineSettings(settings);
+        if (SpeedOf(l.baud) == 0) throw RuntimeError(err::InvalidArgument);
+        line_ = l;
         if (fd_ >= 0) apply();
     }
 
@@ -146,14 +139,14 @@ private:
         termios t{};
         if (::tcgetattr(fd_, &t) != 0) return;
         ::cfmakeraw(&t);
-        ::cfsetispeed(&t, SpeedOf(baud_));
-        ::cfsetospeed(&t, SpeedOf(baud_));
+        ::cfsetispeed(&t, SpeedOf(line_.baud));
+        ::cfsetospeed(&t, SpeedOf(line_.baud));
         t.c_cflag |= CLOCAL | CREAD;
         t.c_cflag &= ~(CSIZE | PARENB | PARODD | CSTOPB | CRTSCTS);
-        t.c_cflag |= dataBits_ == 7 ? CS7 : CS8;
-        if (parity_ == u'e' || parity_ == u'o') t.c_cflag |= PARENB;
-        if (parity_ == u'o') t.c_cflag |= PARODD;
-        if (stopBits_ == 2) t.c_cflag |= CSTOPB;
+        t.c_cflag |= line_.dataBits == 7 ? CS7 : CS8;
+        if (line_.parity != 'n') t.c_cflag |= PARENB;
+        if (line_.parity == 'o') t.c_cflag |= PARODD;
+        if (line_.stopBits == 2) t.c_cflag |= CSTOPB;
         t.c_iflag &= ~(IXON | IXOFF | IXANY);
         t.c_cc[VMIN] = 0;
         t.c_cc[VTIME] = 0;
@@ -170,10 +163,7 @@ private:
 
     int fd_ = -1;
     int number_ = 1;
-    int baud_ = 9600;
-    char16_t parity_ = u'n';
-    int dataBits_ = 8;
-    int stopBits_ = 1;
+    LineSettings line_;
     QByteArray in_;
 };
 

@@ -20,16 +20,11 @@ public:
     }
 
     void setSettings(const QString& settings) override {
-        const QStringList f = settings.split(u',');
-        if (f.size() != 4) throw RuntimeError(err::InvalidArgument);
-        bool ok = false;
-        const int baud = f[0].trimmed().toInt(&ok);
-        if (!ok || baud <= 0) throw RuntimeError(err::InvalidArgument);
-        baud_ = baud;
-        const QString p = f[1].trimmed().toLower();
-        parity_ = p == u"e" ? QSerialPort::EvenParity : p == u"o" ? QSerialPort::OddParity : QSerialPort::NoParity;
-        dataBits_ = f[2].trimmed() == u"7" ? QSerialPort::Data7 : QSerialPort::Data8;
-        stopBits_ = f[3].trimmed() == u"2" ? QSerialPort::TwoStop : QSerialPort::OneStop;
+        const LineSettings l = ParseLineSettings(settings);
+        baud_ = l.baud;
+        parity_ = l.parity == 'e' ? QSerialPort::EvenParity : l.parity == 'o' ? QSerialPort::OddParity : QSerialPort::NoParity;
+        dataBits_ = l.dataBits == 7 ? QSerialPort::Data7 : QSerialPort::Data8;
+        stopBits_ = l.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop;
         if (port_.isOpen()) Apply();
     }
 
@@ -95,6 +90,20 @@ private:
 };
 
 }  // namespace
+
+LineSettings ParseLineSettings(const QString& settings) {
+    const QStringList f = settings.split(u',');
+    if (f.size() != 4) throw RuntimeError(err::InvalidArgument);
+    bool ok = false;
+    LineSettings l;
+    l.baud = f[0].trimmed().toInt(&ok);
+    if (!ok || l.baud <= 0) throw RuntimeError(err::InvalidArgument);
+    const QString p = f[1].trimmed().toLower();
+    l.parity = p == u"e" ? 'e' : p == u"o" ? 'o' : 'n';
+    l.dataBits = f[2].trimmed() == u"7" ? 7 : 8;
+    l.stopBits = f[3].trimmed() == u"2" ? 2 : 1;
+    return l;
+}
 
 std::unique_ptr<SerialPort> MakeQtSerialPort() { return std::make_unique<QtSerialPort>(); }
 
