@@ -73,7 +73,7 @@ void PrintTable(int tick) {
                            .arg(c + 1, 2)
                            .arg(ChamberName[c].left(12), -12)
                            .arg(ChamberModel[c], -7)
-                           .arg(StateWord(c + 1, 1), -8);
+                           .arg(StateWord(c + 1, 1), -12);
         for (int k = 0; k < std::max<int>(1, r.ChannelCount); ++k)
             line += QStringLiteral("  CH%1 PV %2 SP %3")
                         .arg(k + 1)

@@ -14,7 +14,6 @@ namespace qel {
 
 std::unique_ptr<SerialPort> MSComm1;
 std::array<std::unique_ptr<TcpSocket>, 30> Winsock;
-QString RxText;
 QByteArray RxBytes;
 int RxSocket = -1;
 bool CommTestRunning = false;
@@ -46,7 +45,6 @@ void InstallQtLink() {
 void RemoveLink() {
     MSComm1.reset();
     for (auto& s : Winsock) s.reset();
-    RxText.clear();
     RxBytes.clear();
     RxSocket = -1;
 }
@@ -110,7 +108,6 @@ void WinsockDataArrival(int chamberIndex, int /*bytesTotal*/) {
     // is kept: the reply is refused as too long all the same.
     constexpr qsizetype kKeep = 1024;
     RxBytes += data.left(std::max<qsizetype>(0, kKeep - RxBytes.size()));
-    RxText = QString::fromLatin1(RxBytes.toHex().toUpper()).mid(12);
 }
 
 void WinsockError(int chamberIndex, int number, const QString& /*description*/) {

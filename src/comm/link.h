@@ -20,13 +20,11 @@ namespace qel {
 extern std::unique_ptr<SerialPort> MSComm1;
 extern std::array<std::unique_ptr<TcpSocket>, 30> Winsock;
 
-// Where the sockets' data event leaves a reply, as hexadecimal text behind
-// the six bytes of the transaction header, and the same reply as it came,
-// header included, for checking. Only the socket whose reply an exchange
-// awaits (RxSocket, a chamber index; -1 while none does) fills them: bytes
-// on any other socket, or after the wait, are read and dropped, so that a
-// late or unasked frame is never taken for the reply to a later request.
-extern QString RxText;
+// Where the sockets' data event leaves a reply as it came, transaction
+// header included; pieces are joined. Only the socket whose reply an
+// exchange awaits (RxSocket, a chamber index; -1 while none does) fills it:
+// bytes on any other socket, or after the wait, are read and dropped, so
+// that a late or unasked frame is never taken for the reply to a later one.
 extern QByteArray RxBytes;
 extern int RxSocket;
 

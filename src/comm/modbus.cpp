@@ -28,16 +28,6 @@ QByteArray HexPairs(const QString& text) {
     return out;
 }
 
-uint16_t Crc16(const QByteArray& bytes) {
-    uint16_t crc = 0xFFFF;
-    for (char b : bytes) {
-        crc ^= static_cast<uint8_t>(b);
-        for (int k = 0; k < 8; ++k)
-            crc = (crc & 1) ? static_cast<uint16_t>((crc >> 1) ^ 0xA001) : static_cast<uint16_t>(crc >> 1);
-    }
-    return crc;
-}
-
 QString Hex2(int v) { return QString::number(v & 0xFF, 16).toUpper().rightJustified(2, u'0'); }
 
 QString ToHexText(const QByteArray& bytes) { return QString::fromLatin1(bytes.toHex().toUpper()); }
@@ -208,7 +198,6 @@ QString EthExchange(const QString& expect, int16_t chamber, const QString& body,
     QByteArray bytes;
     bool sent = false;
     if (s->state() == sck::Connected) {
-        RxText.clear();
         RxBytes.clear();
         RxSocket = i;  // from here on, and only for this socket, data is the reply
         s->sendData(TcpFrame(AddressDigits(chamber), body));
@@ -216,9 +205,8 @@ QString EthExchange(const QString& expect, int16_t chamber, const QString& body,
         WaitSec(PCSpeed / 1000.0);
         RxSocket = -1;
         bytes = RxBytes;
-        reply = RxText;
         RxBytes.clear();
-        RxText.clear();
+        reply = ToHexText(bytes).mid(12);  // from the unit id on: the header's 12 digits dropped
     }
     if (ProgramEnding()) return QString();
     if (expect.isEmpty()) {  // a write shows nothing of the line's health
@@ -242,23 +230,11 @@ QString EthExchange(const QString& expect, int16_t chamber, const QString& body,
     return fault == ReplyFault::None ? reply : QString();
 }
 
-// A write to the broadcast address would reach every controller on a
-// serial line; a write to an address that is not a slave's reaches another.
-bool WritableAddress(const QString& text) {
-    const QString t = text.trimmed();
-    bool ok = !t.isEmpty();
-    for (QChar c : t) ok = ok && c.isDigit();
-    const int a = ok ? t.toInt(&ok) : 0;
-    return ok && a >= 1 && a <= 247;
-}
-
-// A read may go to an empty address (frame address 00, which no controller
-// answers) but never to one whose low byte names another controller.
+// A read may also go to an empty address or 0 (frame address 00, which no
+// controller answers); a write never: 0 is the broadcast.
 bool ReadableAddress(const QString& text) {
     const QString t = text.trimmed();
-    bool ok = true;
-    for (QChar c : t) ok = ok && c.isDigit();
-    return ok && (t.isEmpty() || t.toInt() <= 247);
+    return t.isEmpty() || t == u"0" || IsSlaveAddress(t);
 }
 
 // A run-time failure inside the exchange: the chamber is lost and the frame
@@ -318,7 +294,7 @@ QString ModbusTransact(const QString& expect, int16_t& minLen, int16_t chamber, 
     try {
         if (ProgramEnding()) return QString();
         const int i = ChamberIndex(chamber);
-        if (expect.isEmpty() && !WritableAddress(ChamberAddress[i])) {
+        if (expect.isEmpty() && !IsSlaveAddress(ChamberAddress[i])) {
             TryWriteErrorLog(QStringLiteral("ADR:") + QString::number(chamber) + QStringLiteral(" address \"") +
                              ChamberAddress[i] + QStringLiteral("\" is no slave address, not sent 송:") + body);
             return QString();

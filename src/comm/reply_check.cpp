@@ -13,15 +13,6 @@ int HexDigit(char c) {
     return -1;
 }
 
-uint16_t Crc16(const QByteArray& bytes, qsizetype n) {
-    uint16_t crc = 0xFFFF;
-    for (qsizetype i = 0; i < n; ++i) {
-        crc ^= static_cast<uint8_t>(bytes[i]);
-        for (int k = 0; k < 8; ++k) crc = (crc & 1) ? static_cast<uint16_t>((crc >> 1) ^ 0xA001) : crc >> 1;
-    }
-    return crc;
-}
-
 // Address, function, count and data, checked the same way on every framing;
 // `pdu` starts at the address (serial) or the unit id (TCP).
 ReplyFault CheckBody(const QByteArray& pdu, const ReadRequest& r) {
@@ -37,6 +28,16 @@ ReplyFault CheckBody(const QByteArray& pdu, const ReadRequest& r) {
 }
 
 }  // namespace
+
+uint16_t Crc16(const QByteArray& bytes, qsizetype n) {
+    if (n < 0) n = bytes.size();
+    uint16_t crc = 0xFFFF;
+    for (qsizetype i = 0; i < n; ++i) {
+        crc ^= static_cast<uint8_t>(bytes[i]);
+        for (int k = 0; k < 8; ++k) crc = (crc & 1) ? static_cast<uint16_t>((crc >> 1) ^ 0xA001) : crc >> 1;
+    }
+    return crc;
+}
 
 std::optional<ReadRequest> ReadRequestOf(int address, const QString& body) {
     bool ok = false;

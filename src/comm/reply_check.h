@@ -41,6 +41,10 @@ enum class ReplyFault {
     Length,         // TCP: a length field that does not fit the bytes
 };
 
+// The Modbus CRC-16 of the first n bytes (all of them when n is -1): start
+// 0xFFFF, polynomial 0xA001 on the reflected bits; sent low byte first.
+uint16_t Crc16(const QByteArray& bytes, qsizetype n = -1);
+
 // Why a reply was refused, for the exchange trace.
 QString ReplyFaultText(ReplyFault fault);
 

@@ -54,6 +54,15 @@ int16_t ChannelCountOf(const QString& model) {
     return 0;
 }
 
+bool IsSlaveAddress(const QString& text) {
+    const QString t = text.trimmed();
+    if (t.isEmpty() || t.size() > 3) return false;
+    for (QChar c : t)
+        if (!c.isDigit()) return false;
+    const int a = t.toInt();
+    return a >= 1 && a <= 247;
+}
+
 int ChamberIndex(int chamber) {
     if (chamber < 1 || chamber > kMaxChambers) throw RuntimeError(err::SubscriptOutOfRange);
     return chamber - 1;

@@ -138,6 +138,11 @@ extern QString StatusPanel3;
 // Bit tables used by event decoding: 1, 2, 4 ... (filled once at start-up).
 extern std::array<int32_t, 16> BitTable;
 
+// Whether a chamber address as the settings hold it names one slave:
+// decimal digits only, 1 to 247. 0 is the broadcast every controller on a
+// serial line obeys; above 247 the low byte would name another controller.
+bool IsSlaveAddress(const QString& text);
+
 // Channel count of a model: QEL2000 1, QEL2100 2, QEL2400 3, others 0.
 int16_t ChannelCountOf(const QString& model);
 

@@ -3,7 +3,6 @@
 #include "captions.h"
 #include "clock.h"
 #include "comm_settings.h"
-#include "config_report.h"
 #include "di_names.h"
 #include "errorlog.h"
 #include "folders.h"
@@ -87,7 +86,6 @@ void MainFrame::load() {
     // The frame owns the port and the sockets, with a window or without:
     // they exist before the settings open the link.
     InstallQtLink();
-    ClearConfigProblems();
     try {
         loadSteps();
     } catch (const RuntimeError& e) {

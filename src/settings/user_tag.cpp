@@ -57,9 +57,7 @@ void CheckMaxChamberNo(const ProfileFile& ini, const QString& text) {
 // A chamber in use needs an address a controller answers to and a model
 // the station has a poll block for.
 void CheckAddress(int chamber, const QString& text) {
-    static const QRegularExpression digits(QStringLiteral("^[0-9]{1,3}$"));
-    const int address = text.toInt();
-    if (!digits.match(text).hasMatch() || address < 1 || address > 247)
+    if (!IsSlaveAddress(text))
         ReportConfigProblem(QStringLiteral("Chamber %1 has address %2 in %3, not a slave address from 1 to 247: the "
                                            "chamber cannot be reached")
                                 .arg(chamber)
