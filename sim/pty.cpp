@@ -101,6 +101,19 @@ void PtyPort::checkPeer() {
 void PtyPort::peerAway() {
     peerPresent_ = false;
     out_.clear();
+    // What the kernel still holds for the line goes too: the next opener
+    // must not read what was meant for the one who left. Only the slave's
+    // side can drop its input queue; the close of our own look is no peer's.
+    const int slave = ::open(slavePath_.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (slave >= 0) {
+        ::tcflush(slave, TCIFLUSH);
+        ::close(slave);
+    }
+    if (closes_ >= 0) {
+        alignas(inotify_event) char events[4096];
+        while (::read(closes_, events, sizeof events) > 0) {
+        }
+    }
     emit hungUp();
 }
 
