@@ -1,5 +1,5 @@
-// Frames against byte tables worked out from the Modbus documents, not from
-// the station's own routines.
+// CRC, LRC and frames against bytes worked out from the Modbus documents and
+// an independent CRC routine, not from the station's own builders.
 #include "app_dir.h"
 #include "fake_serial.h"
 #include "modbus.h"
@@ -8,63 +8,38 @@
 #include <gtest/gtest.h>
 
 using namespace qel;
+using qeltest::FromHex;
 
-TEST(Crc, MatchesTheModbusExamples) {
-    struct Row { const char* text; const char* crc; } rows[] = {
-        {"010300000001", "840A"},   // read 1 register at 0 from slave 1: 84 0A
-        {"01030000000A", "C5CD"},   // C5 CD
-        {"0103000A0001", "A408"},
-    };
-    for (const auto& r : rows) EXPECT_EQ(CrcText(r.text), r.crc) << r.text;
-    // Slave 0x11 reading 3 registers from 0x006B: the classic example, CRC 76 87.
-    EXPECT_EQ(CrcText("1103006B0003"), "7687");
-}
-
-TEST(Crc, AgreesWithAnIndependentReferenceOnManyFrames) {
+// Guards a wrong polynomial, seed or byte order of the CRC.
+TEST(Crc, MatchesTheModbusExamplesAndAnIndependentRoutine) {
+    EXPECT_EQ(CrcText("010300000001"), "840A");
+    EXPECT_EQ(CrcText("1103006B0003"), "7687");  // the serial line guide's example
     for (int a = 0; a < 256; a += 17) {
-        for (const char* body : {"0300020078", "03039C0052", "0600650004", "100070000306000100020003"}) {
-            const QString text = QString::number(a, 16).rightJustified(2, '0').toUpper() + body;
-            const QByteArray bytes = qeltest::FromHex(text);
-            const uint16_t ref = qeltest::ReferenceCrc(bytes);
-            const QString expect = QString::asprintf("%02X%02X", ref & 0xFF, ref >> 8);
-            EXPECT_EQ(CrcText(text), expect) << text.toStdString();
+        for (const char* body : {"0300020078", "03039C0052", "100070000306000100020003"}) {
+            const QString text = QString::asprintf("%02X%s", a, body);
+            const uint16_t ref = qeltest::ReferenceCrc(FromHex(text));
+            EXPECT_EQ(CrcText(text), QString::asprintf("%02X%02X", ref & 0xFF, ref >> 8)) << text.toStdString();
         }
     }
 }
 
+// Guards the LRC sum (address included, two's complement, two digits) and its 16-bit signed overflow.
 TEST(Lrc, IsTheTwosComplementOfTheByteSum) {
-    // :01 03 00 02 00 78 -> sum 0x7E -> LRC 0x82
     EXPECT_EQ(ModbusLRC(1, "0300020078"), "82");
-    // :11 03 00 6B 00 03 -> sum 0x82 -> LRC 0x7E (the serial line guide's example)
     EXPECT_EQ(ModbusLRC(17, "03006B0003"), "7E");
     EXPECT_EQ(ModbusLRC(0, ""), "00");
-    EXPECT_EQ(ModbusLRC(1, ""), "FF");
     EXPECT_EQ(ModbusLRC(250, ""), "06");
+    EXPECT_NO_THROW(ModbusLRC(1, QString("FF").repeated(128)));  // 32641
+    EXPECT_THROW(ModbusLRC(1, QString("FF").repeated(129)), std::exception);  // 32896
 }
 
-TEST(Lrc, SumPastSixteenBitsIsARunTimeError) {
-    const QString heavy = QString("FF").repeated(129);  // 129 * 255 = 32895
-    EXPECT_THROW(ModbusLRC(1, heavy), std::exception);
-    EXPECT_NO_THROW(ModbusLRC(1, QString("FF").repeated(128)));
-}
-
-TEST(Frames, AsciiAndTcpLayouts) {
+// Guards the frames as they go on the wire, and the address digits taken from the chamber's address.
+TEST(Frames, AsSent) {
     EXPECT_EQ(AsciiFrame(1, "01", "0300020078"), QByteArray(":01030002007882\r\n"));
-    // transaction 0x1234, protocol 0, length 6, unit, body
-    EXPECT_EQ(TcpFrame("01", "0300020078"), qeltest::FromHex("123400000006010300020078"));
-    EXPECT_EQ(TcpFrame("05", "100070000306000100020003"), qeltest::FromHex("12340000000D05100070000306000100020003"));
-}
-
-TEST(Frames, AddressDigitsComeFromTheChamberAddress) {
+    EXPECT_EQ(TcpFrame("05", "100070000306000100020003"), FromHex("12340000000D05100070000306000100020003"));
     qeltest::AppDir dir;
-    ChamberAddress[0] = "1";
-    EXPECT_EQ(AddressDigits(1), "01");
-    ChamberAddress[0] = "";
-    EXPECT_EQ(AddressDigits(1), "00");
-    ChamberAddress[0] = "abc";
-    EXPECT_EQ(AddressDigits(1), "00");
-    ChamberAddress[0] = "300";
-    EXPECT_EQ(AddressDigits(1), "2C");
-    ChamberAddress[0] = "17";
-    EXPECT_EQ(AddressDigits(1), "11");
+    for (const auto& [address, digits] : {std::pair{"17", "11"}, {"", "00"}, {"abc", "00"}, {"300", "2C"}}) {
+        ChamberAddress[0] = address;
+        EXPECT_EQ(AddressDigits(1), digits) << address;
+    }
 }

@@ -1,46 +1,33 @@
 #include "app_dir.h"
 #include "dec2hex.h"
-#include "errorlog.h"
 #include "state.h"
 
-#include <QFileInfo>
 #include <gtest/gtest.h>
 
 using namespace qel;
 
-TEST(Dec2Hex, GivesFourDigitsWithTwosComplementForNegatives) {
-    qeltest::AppDir dir;
-    EXPECT_EQ(Dec2Hex(4, 0, 1), "0004");
-    EXPECT_EQ(Dec2Hex(300, 0, 1), "012C");
-    EXPECT_EQ(Dec2Hex(-200, 0, 1), "FF38");
-    EXPECT_EQ(Dec2Hex(-1, 0, 1), "FFFF");
-    EXPECT_EQ(Dec2Hex(2.5f, 0, 1), "0002");  // half to even
-    EXPECT_EQ(Dec2Hex(3.5f, 0, 1), "0004");
-}
-
-TEST(Dec2Hex, ScalesByTheDecimalPlacesOfTheChannelOnPanelThree) {
+// Guards the command digits: four, half to even, two's complement for
+// negatives, scaled by the places of the channel on panel 3 (channel 2 for the
+// twin); out of range, a panel naming no channel or three places give "".
+TEST(Dec2Hex, FourDigitsRoundedScaledAndEmptyWhenItCannotBe) {
     qeltest::AppDir dir;
     Chamber[0].DP = {QString(), QStringLiteral("0"), QStringLiteral("00")};
-    StatusPanel3 = QStringLiteral("1");
-    EXPECT_EQ(Dec2Hex(25.3f, -1, 1), "0019");
-    StatusPanel3 = QStringLiteral("2");
-    EXPECT_EQ(Dec2Hex(25.3f, -1, 1), "00FD");
-    EXPECT_EQ(Dec2Hex(-20.0f, -1, 1), "FF38");
-    StatusPanel3 = QStringLiteral("3");
-    EXPECT_EQ(Dec2Hex(25.3f, -1, 1), "09E2");
-    // The twin takes channel 2 whatever the panel says.
-    EXPECT_EQ(Dec2Hex2(25.3f, -1, 1), "00FD");
+    const struct { float value; int scale; int16_t chamber; const char *panel, *hex; } rows[] = {
+        {4, 0, 1, "1", "0004"},     {300, 0, 1, "1", "012C"},   {-200, 0, 1, "1", "FF38"},
+        {-1, 0, 1, "1", "FFFF"},    {2.5f, 0, 1, "1", "0002"},  {3.5f, 0, 1, "1", "0004"},
+        {25.3f, -1, 1, "1", "0019"}, {25.3f, -1, 1, "2", "00FD"}, {-20, -1, 1, "2", "FF38"},
+        {25.3f, -1, 1, "3", "09E2"}, {40000, 0, 1, "1", ""},     {1, -1, 1, "0", ""},
+        {1, 0, 31, "1", ""},
+    };
+    for (const auto& r : rows) {
+        StatusPanel3 = r.panel;
+        EXPECT_EQ(Dec2Hex(r.value, r.scale, r.chamber), r.hex) << r.value << " panel " << r.panel;
+    }
+    EXPECT_EQ(Dec2Hex2(25.3f, -1, 1), "00FD");  // panel 3 says channel 1
     Chamber[0].DP[2] = QStringLiteral("000");
+    StatusPanel3 = "3";
     EXPECT_EQ(Dec2Hex(25.3f, -1, 1), "");
-}
-
-TEST(Dec2Hex, OutOfRangeLogsAndGivesEmpty) {
-    qeltest::AppDir dir;
-    EXPECT_EQ(Dec2Hex(40000, 0, 1), "");
-    StatusPanel3 = QStringLiteral("0");
-    EXPECT_EQ(Dec2Hex(1, -1, 1), "");
-    EXPECT_EQ(Dec2Hex(1, 0, 31), "");
-    const QString log = QString::fromUtf8(dir.read("Error/" + QFileInfo(ErrorLogPath()).fileName()));
-    EXPECT_TRUE(log.contains("  OverflowmodSubFunc.Dec2Hex\r\n"));
-    EXPECT_EQ(log.count("Subscript out of rangemodSubFunc.Dec2Hex"), 2);
+    const QString log = dir.errorLog();
+    EXPECT_EQ(log.count("  OverflowmodSubFunc.Dec2Hex\r\n"), 1) << log.toStdString();
+    EXPECT_EQ(log.count("  Subscript out of rangemodSubFunc.Dec2Hex\r\n"), 2);
 }

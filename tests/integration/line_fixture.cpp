@@ -11,86 +11,98 @@
 
 namespace qeltest {
 
-void SimLine::describe(const QString& protocol, const QList<SimChamber>& chambers) {
-    protocol_ = protocol;
-    chambers_ = chambers;
+bool SimLine::start(const QString& framing, const QList<SimChamber>& line, const QStringList& extra, int pcSpeed) {
+    protocol = framing;
+    chambers = line;
     // A loopback network and port of its own, so parallel tests never meet.
-    const quint32 net = QRandomGenerator::global()->bounded(2, 250);
-    hostBase_ = QStringLiteral("127.%1.%2.1").arg(net).arg(QRandomGenerator::global()->bounded(1, 250));
-    port_ = static_cast<int>(QRandomGenerator::global()->bounded(20000, 30000));
-}
-
-bool SimLine::start(const QString& protocol, const QList<SimChamber>& chambers, const QStringList& extra) {
-    describe(protocol, chambers);
-    QStringList args;
-    if (protocol == "ETH") {
-        args << "--tcp" << "--host-base" << hostBase_ << "--port" << QString::number(port_);
-    } else {
-        args << (protocol == "RTU" ? "--rtu" : "--asc");
-    }
+    auto* random = QRandomGenerator::global();
+    hostBase = QStringLiteral("127.%1.%2.1").arg(random->bounded(2, 250)).arg(random->bounded(1, 250));
+    port = static_cast<int>(random->bounded(20000, 30000));
+    QStringList args = {protocol == "ETH" ? "--tcp" : protocol == "RTU" ? "--rtu" : "--asc"};
+    if (protocol == "ETH") args << "--host-base" << hostBase << "--port" << QString::number(port);
     for (const SimChamber& c : chambers)
-        args << "--chamber" << QStringLiteral("%1:%2:%3").arg(c.address).arg(c.model, c.model == "QEL2000" ? "1" : "1,1");
-    args << extra;
-    if (!sim_.start(QStringLiteral(QELSIM_PATH), args)) return false;
-    if (protocol != "ETH") {
-        pty_ = sim_.waitForLine("pty");
-        if (pty_.isEmpty()) return false;
-    }
-    return !sim_.waitForLine("ready").isNull();
+        args << "--chamber" << QStringLiteral("%1:%2").arg(c.address).arg(c.model);
+    if (!sim.start(QStringLiteral(QELSIM_PATH), args + extra)) return false;
+    if (protocol != "ETH" && (pty = sim.waitForLine("pty")).isEmpty()) return false;
+    return !sim.waitForLine("ready").isNull() && prepare(pcSpeed);
 }
 
 QString SimLine::command(const QString& line) {
-    sim_.writeLine(line);
-    const QString ok = sim_.waitForLine("ok", 3000);
-    return ok;
+    sim.writeLine(line);
+    return sim.waitForLine("ok", 3000);
 }
 
-bool StationFolder::prepare(const SimLine& line, int pcSpeed) {
-    const QString d = dir_.path();
-    if (!qel::FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), d)) return false;
-    auto comm = [&](const char* s, const char* k, const QString& v) {
+int SimLine::requests(int address) {
+    const QString n = command("count " + QString::number(address));
+    return n.isNull() ? -1 : n.toInt();
+}
+
+QString SimLine::ip(int address) const {
+    return hostBase.section('.', 0, 2) + '.' + QString::number(hostBase.section('.', 3).toInt() + address - 1);
+}
+
+QStringList SimLine::link(int address) const {
+    if (protocol == "ETH") return {"--protocol", "ETH", "--ip", ip(address), "--remote-port", QString::number(port)};
+    return {"--protocol", protocol, "--device", pty};
+}
+
+bool SimLine::prepare(int pcSpeed) {
+    const QString d = dir.path();
+    const auto comm = [&](const char* s, const char* k, const QString& v) {
         return qel::WriteProfileString(s, k, v, d + "/SetComm.ini");
     };
-    auto tag = [&](const QString& s, const QString& k, const QString& v) {
+    const auto tag = [&](const QString& s, const QString& k, const QString& v) {
         return qel::WriteProfileString(s, k, v, d + "/SetUserTag.ini");
     };
-    bool ok = comm("CommSet", "Protocol", line.protocol() + "/") && comm("CommSet", "PCSpeed", QString::number(pcSpeed));
-    if (line.protocol() == "ETH") {
-        ok = ok && comm("CommSet", "RemotePort", QString::number(line.port()));
-    } else {
-        ok = ok && comm("CommSet", "Port Number", "1") && comm("Ports", "COM1", line.pty());
-    }
-    const QStringList base = line.hostBase().split('.');
-    for (int i = 0; i < line.chambers().size(); ++i) {
-        const SimChamber& c = line.chambers()[i];
-        const QString n = QString::number(i + 1);
-        const QString nn = n.rightJustified(2, '0');
+    bool ok = qel::FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), d) &&
+              comm("CommSet", "Protocol", protocol + "/") && comm("CommSet", "PCSpeed", QString::number(pcSpeed)) &&
+              (protocol == "ETH" ? comm("CommSet", "RemotePort", QString::number(port))
+                                 : comm("CommSet", "Port Number", "1") && comm("Ports", "COM1", pty));
+    for (int i = 0; i < chambers.size(); ++i) {
+        const SimChamber& c = chambers[i];
+        const QString n = QString::number(i + 1), nn = n.rightJustified(2, '0');
         ok = ok && tag("Set", "Chamber " + nn, n) && tag("AddNo", "AddressNo " + nn, QString::number(c.address)) &&
-             tag("Model", n, c.model + "/") && tag("Name", n, "Sim " + n + "/");
-        if (line.protocol() == "ETH") {
-            const QString ip = QStringLiteral("%1.%2.%3.%4").arg(base[0], base[1], base[2]).arg(base[3].toInt() + c.address - 1);
-            ok = ok && tag("IPAddNo", n, ip + "E");
-        }
+             tag("Model", n, c.model + "/") && tag("Name", n, "Sim " + n + "/") &&
+             (protocol != "ETH" || tag("IPAddNo", n, ip(c.address) + "E"));
     }
-    return ok && tag("Set", "MAX_CHAMBER_NO", QString::number(line.chambers().size()));
+    return ok && tag("Set", "MAX_CHAMBER_NO", QString::number(chambers.size()));
 }
 
-QString StationFolder::errorLog() const {
+QString ErrorLog(const QString& folder) {
     QString all;
-    for (const QFileInfo& f : QDir(dir_.path() + "/Error").entryInfoList(QDir::Files, QDir::Name)) {
+    for (const QFileInfo& f : QDir(folder + "/Error").entryInfoList(QDir::Files, QDir::Name)) {
         QFile file(f.absoluteFilePath());
         if (file.open(QIODevice::ReadOnly)) all += qel::FromCodePage(file.readAll());
     }
     return all;
 }
 
-QMap<int, QJsonObject> LastByChamber(const QString& out) {
-    QMap<int, QJsonObject> last;
-    for (const QString& line : out.split('\n', Qt::SkipEmptyParts)) {
-        const QJsonObject o = QJsonDocument::fromJson(line.toUtf8()).object();
-        if (o.contains("Chamber")) last[o["Chamber"].toInt()] = o;
-    }
-    return last;
+QList<QJsonObject> Records(const QString& out) {
+    QList<QJsonObject> all;
+    for (const QString& line : out.split('\n', Qt::SkipEmptyParts))
+        if (const QJsonObject o = QJsonDocument::fromJson(line.toUtf8()).object(); o.contains("Chamber")) all << o;
+    return all;
+}
+
+QJsonObject LastRecord(const QString& out) {
+    const QList<QJsonObject> all = Records(out);
+    return all.value(all.size() - 1);
+}
+
+QJsonObject NextRecord(ChildProcess& program, int timeoutMs) {
+    const QString rest = program.waitForLine("{", timeoutMs);
+    return rest.isNull() ? QJsonObject() : QJsonDocument::fromJson(('{' + rest).toUtf8()).object();
+}
+
+bool ReadUntil(ChildProcess& program, const std::function<bool(const QJsonObject&)>& done, int records) {
+    for (QJsonObject o; records-- > 0 && !(o = NextRecord(program)).isEmpty();)
+        if (done(o)) return true;
+    return false;
+}
+
+bool EndsOnceAndLast(const QString& errorLog) {
+    const QStringList lines = errorLog.split("\r\n", Qt::SkipEmptyParts);
+    return lines.filter("User End Program").size() == 1 && lines.last().endsWith("  User End Program");
 }
 
 }  // namespace qeltest

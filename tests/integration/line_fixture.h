@@ -1,14 +1,13 @@
-// A line of simulated chambers in a qelsim process, and an application
-// folder for the station that points at it.
+// A line of simulated chambers in a qelsim process with the station's folder
+// set up for it, and the JSON records and error logs the programs write.
 #pragma once
 
 #include "child_process.h"
 
+#include <QJsonArray>
 #include <QJsonObject>
-#include <QList>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
+#include <functional>
 
 namespace qeltest {
 
@@ -17,42 +16,36 @@ struct SimChamber {
     QString model;  // "QEL2000", "QEL2100"
 };
 
-class SimLine {
-public:
-    // protocol "ETH", "RTU" or "ASC"; extra arguments go to qelsim as they are.
-    bool start(const QString& protocol, const QList<SimChamber>& chambers, const QStringList& extra = {});
-    // The line's description only, no simulator (for a folder that names no chambers).
-    void describe(const QString& protocol, const QList<SimChamber>& chambers);
-    QString command(const QString& line);  // one stdin command, its answer line
-    const QString& protocol() const { return protocol_; }
-    const QString& pty() const { return pty_; }
-    const QString& hostBase() const { return hostBase_; }
-    int port() const { return port_; }
-    const QList<SimChamber>& chambers() const { return chambers_; }
-    ChildProcess& process() { return sim_; }
+QString ErrorLog(const QString& folder);        // the folder's error logs, decoded
+bool EndsOnceAndLast(const QString& errorLog);  // "User End Program" once, as the last line
+
+struct SimLine {
+    // protocol "ETH", "RTU" or "ASC"; `extra` goes to qelsim as it is. Fills the folder from the shipped one.
+    bool start(const QString& protocol, const QList<SimChamber>& chambers, const QStringList& extra = {},
+               int pcSpeed = 100);
+    QString command(const QString& line);  // one stdin command; what follows "ok", null on an error
+    int requests(int address);             // what qelsim counted for the chamber, -1 unanswered
+    QString ip(int address) const;         // the chamber's own loopback address (ETH)
+    QStringList link(int address) const;   // qelpoll's options for that chamber
+    QString folder() const { return dir.path(); }
+    QString errorLog() const { return ErrorLog(folder()); }
+    ChildProcess sim;
+    QString protocol, pty, hostBase;
+    int port = 0;
+    QList<SimChamber> chambers;
+    QTemporaryDir dir;
 
 private:
-    ChildProcess sim_;
-    QString protocol_;
-    QString pty_;
-    QString hostBase_;
-    int port_ = 0;
-    QList<SimChamber> chambers_;
+    bool prepare(int pcSpeed);
 };
 
-// The shipped application folder, set up for `line`: chamber table, link,
-// PCSpeed.
-class StationFolder {
-public:
-    bool prepare(const SimLine& line, int pcSpeed = 100);
-    QString path() const { return dir_.path(); }
-    QString errorLog() const;
-
-private:
-    QTemporaryDir dir_;
-};
-
-// The JSON lines of a run, by chamber: the last object seen for each.
-QMap<int, QJsonObject> LastByChamber(const QString& out);
+QList<QJsonObject> Records(const QString& out);  // the JSON lines that name a chamber
+QJsonObject LastRecord(const QString& out);
+QJsonObject NextRecord(ChildProcess& program, int timeoutMs = 10000);  // empty after the timeout
+// Reads records until `done` holds for one; false after `records` or when none comes in time.
+bool ReadUntil(ChildProcess& program, const std::function<bool(const QJsonObject&)>& done, int records = 200);
+inline double At(const QJsonObject& o, const char* field, int channel = 0) {
+    return o[field].toArray()[channel].toDouble();
+}
 
 }  // namespace qeltest

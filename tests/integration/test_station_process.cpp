@@ -1,261 +1,239 @@
-// qelstation as a user starts it, against qelsim: the window station polls
-// by itself, a hostile line never puts a value into a record that the
-// simulator did not serve, one babbling device does not hold the line, and
-// the exit writes its line once and nothing after it.
+// qelstation started as a user starts it, against qelsim over TCP and ptys,
+// and its main window in this process (offscreen).
 #include "line_fixture.h"
+#include "link.h"
+#include "main_window.h"
 #include "profile.h"
+#include "state.h"
 
-#include <QDir>
-#include <QElapsedTimer>
+#include <QAction>
+#include <QComboBox>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
+#include <QPushButton>
+#include <QtCore/qtestsupport_core.h>
+#include <QLabel>
 #include <QProcessEnvironment>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <signal.h>
 
 using namespace qeltest;
 
 namespace {
 
+const QString kStation = QStringLiteral(QELSTATION_PATH);
+const QList<SimChamber> kTwo = {{1, "QEL2000"}, {2, "QEL2100"}};
+
 // Frozen registers: chamber 1 in a program run with PV -20.0, SP 30.0 and an
 // end date of 2024-05-06 07:08; chamber 2 stopped with PV 25.3 and -1.0.
-const QStringList kServed = {"--frozen", "--no-noise",
-                             "--set", "1:0x0004:1", "--set", "1:0x0009:-200", "--set", "1:0x000B:300",
-                             "--set", "1:0x039C:2024", "--set", "1:0x039D:5", "--set", "1:0x039E:6",
-                             "--set", "1:0x039F:7", "--set", "1:0x03A0:8",
+const QStringList kServed = {"--frozen", "--no-noise", "--set", "1:0x0004:1", "--set", "1:0x0009:-200",
+                             "--set", "1:0x000B:300", "--set", "1:0x039C:2024", "--set", "1:0x039D:5",
+                             "--set", "1:0x039E:6", "--set", "1:0x039F:7", "--set", "1:0x03A0:8",
                              "--set", "2:0x0009:253", "--set", "2:0x000A:-10"};
 
-QList<QJsonObject> JsonLines(const QString& out) {
-    QList<QJsonObject> all;
-    for (const QString& line : out.split('\n', Qt::SkipEmptyParts)) {
-        const QJsonObject o = QJsonDocument::fromJson(line.toUtf8()).object();
-        if (o.contains("Chamber")) all << o;
+// SIGTERM: a clean exit, and the end line once and last in the error log.
+void ExpectOrderlyEnd(ChildProcess& station, SimLine& line) {
+    station.process().terminate();
+    ASSERT_TRUE(station.process().waitForFinished(5000));
+    EXPECT_EQ(station.process().exitCode(), 0);
+    EXPECT_TRUE(EndsOnceAndLast(line.errorLog())) << line.errorLog().toStdString();
+}
+
+// The window and the link go before the application does.
+struct GuiStation : ::testing::Test {
+    void TearDown() override {
+        window.reset();
+        qel::RemoveLink();
     }
-    return all;
-}
+    std::unique_ptr<qel::MainWindow> window;
+};
 
-int Requests(SimLine& line, const QString& address) {
-    const QString ok = line.command("count " + address);
-    return ok.isNull() ? -1 : ok.toInt();
-}
-
-QStringList Lines(const QString& log) { return log.split("\r\n", Qt::SkipEmptyParts); }
-
-class WindowStation : public ::testing::TestWithParam<const char*> {};
+class StationLine : public ::testing::TestWithParam<const char*> {};
 
 }  // namespace
 
-// The station with a window (offscreen) opens the link itself: requests
-// reach the simulator and the screen shows its values.
-TEST_P(WindowStation, PollsAndShowsWhatTheSimulatorServes) {
+// The station with a window polls by itself and shows served values and state words.
+TEST_P(StationLine, WindowPollsAndShowsWhatTheSimulatorServes) {
     SimLine line;
-    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2000"}, {2, "QEL2100"}}, kServed))
-        << line.process().stderrText().toStdString();
-    StationFolder folder;
-    ASSERT_TRUE(folder.prepare(line));
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert("QT_QPA_PLATFORM", "offscreen");
-    ChildProcess station;
-    station.process().setProcessEnvironment(env);
-    QElapsedTimer started;
-    started.start();
-    ASSERT_TRUE(station.start(QStringLiteral(QELSTATION_PATH), {"--app-dir", folder.path(), "--json"}));
-
-    // Rows of the overview: No, Name, Model, State, CH1 PV, CH1 SP, CH2 PV, CH2 SP, Failures.
-    QJsonArray one, two;
-    while ((one.isEmpty() || two.isEmpty() || one[4].toString() == "-.-" || two[4].toString() == "-.-") &&
-           started.elapsed() < 20000) {
-        const QJsonObject o = QJsonDocument::fromJson(("{" + station.waitForLine("{", 1000)).toUtf8()).object();
-        if (o["Chamber"].toInt() == 1) one = o["Shown"].toArray();
-        if (o["Chamber"].toInt() == 2) two = o["Shown"].toArray();
-    }
-    std::printf("live values of both chambers shown %lld ms after the start\n",
-                static_cast<long long>(started.elapsed()));
-    ASSERT_EQ(one.size(), 9);
-    auto text = [](const QJsonValue& v) { return v.toString().toStdString(); };
-    EXPECT_EQ(text(one[2]), "QEL2000");
-    EXPECT_EQ(text(one[3]), "PROGRAM RUN");
-    EXPECT_EQ(text(one[4]), "-20.0");
-    EXPECT_EQ(text(one[5]), "30.0");
-    ASSERT_EQ(two.size(), 9);
-    EXPECT_EQ(text(two[3]), "STOP");
-    EXPECT_EQ(text(two[4]), "25.3");
-    EXPECT_EQ(text(two[6]), "-1.0");
-    EXPECT_GT(Requests(line, "1"), 0);
-    EXPECT_GT(Requests(line, "2"), 0);
-
-    station.process().terminate();
-    EXPECT_TRUE(station.process().waitForFinished(5000));
-    const QStringList log = Lines(folder.errorLog());
-    ASSERT_FALSE(log.isEmpty());
-    EXPECT_EQ(log.filter("User End Program").size(), 1);
-    EXPECT_TRUE(log.last().endsWith("  User End Program"));
+    ASSERT_TRUE(line.start(GetParam(), kTwo, kServed)) << line.sim.stderrText().toStdString();
+    ChildProcess station;  // on the platform of this test (offscreen unless set)
+    ASSERT_TRUE(station.start(kStation, {"--app-dir", line.folder(), "--json"}));
+    // Overview rows: No, Name, Model, State, CH1 PV, CH1 SP, CH2 PV, CH2 SP, Failures.
+    QMap<int, QStringList> row;
+    ASSERT_TRUE(ReadUntil(station, [&](const QJsonObject& o) {
+        row[o["Chamber"].toInt()] = o["Shown"].toVariant().toStringList();
+        return row[1].value(4, "-.-") != "-.-" && row[2].value(4, "-.-") != "-.-";
+    }));
+    EXPECT_EQ(row[1].mid(2, 4), (QStringList{"QEL2000", "PROGRAM RUN", "-20.0", "30.0"}));
+    EXPECT_EQ((QStringList{row[2].value(3), row[2].value(4), row[2].value(6)}), (QStringList{"STOP", "25.3", "-1.0"}));
+    EXPECT_GT(line.requests(1), 0);  // seen on the simulator's side too
+    ExpectOrderlyEnd(station, line);
 }
 
-INSTANTIATE_TEST_SUITE_P(Protocols, WindowStation, ::testing::Values("ETH", "RTU"));
+// A settings problem stands in the window's status bar.
+TEST_F(GuiStation, ASettingsProblemStandsInTheStatusBar) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}})) << line.sim.stderrText().toStdString();
+    ASSERT_TRUE(qel::WriteProfileString("CommSet", "Parity", "7", line.folder() + "/SetComm.ini"));
+    qel::AppPath = line.folder() + "/";
+    window = std::make_unique<qel::MainWindow>();
+    window->frame().load();
+    auto* problems = window->findChild<QLabel*>("settingsProblems");
+    ASSERT_NE(problems, nullptr);
+    EXPECT_TRUE(problems->text().startsWith("Parity \"7\" in SetComm.ini")) << problems->text().toStdString();
 
-namespace {
+    // After toolbar key 2 the page shows channel 1 (panel 3) and its choice follows: a key goes there.
+    auto* channel = window->findChild<QComboBox*>("channel");
+    ASSERT_NE(channel, nullptr);
+    channel->setCurrentIndex(1);
+    emit channel->activated(1);
+    window->findChild<QAction*>("button2")->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return channel->currentIndex() == 0; }, 5000));
+    window->findChild<QPushButton*>("RUN")->click();
+    EXPECT_TRUE(QTest::qWaitFor([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
+    EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);  // channel 2 stays stopped
+}
 
-class HostileLine : public ::testing::TestWithParam<const char*> {};
-
-// What the simulator serves, and 0 before the first good read: nothing else
-// may ever show in a record.
-void ExpectOnlyServedValues(const QList<QJsonObject>& records) {
+// Chamber 1 misbehaves at random (late among the draws): no record holds a value that was not
+// served, and chamber 2 is read on every tick (on serial lines most: a late reply spoils the next).
+// QEL_SOAK_SECONDS=600 makes it a ten-minute run.
+TEST_P(StationLine, HostileChamberNoValueThatTheSimulatorDidNotServe) {
+    const int seconds = qEnvironmentVariableIntValue("QEL_SOAK_SECONDS");
+    const int cycles = seconds > 0 ? 3 * seconds : 40;
+    SimLine line;
+    ASSERT_TRUE(line.start(GetParam(), kTwo, kServed + QStringList{"--fault", "1:mixed:150", "--seed", "7"}));
+    const RunResult r = qeltest::Run(
+        kStation, {"--headless", "--app-dir", line.folder(), "--cycles", QString::number(cycles), "--json"},
+        std::max(120, 3 * seconds) * 1000);
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QList<QJsonObject> records = Records(r.out);
+    ASSERT_EQ(records.size(), 2 * cycles);
+    // Per chamber and field: 0 before the first good read, else what was served.
+    const QMap<int, QList<std::pair<const char*, QStringList>>> allowed = {
+        {1, {{"PV", {"0", "-20"}}, {"SP", {"0", "30"}}, {"Status", {"0", "1"}},
+             {"EndDate", {"0", "2024-05-06 07:08:00"}}}},
+        {2, {{"PV", {"0", "25.3"}}, {"Status", {"0"}}}},
+    };
+    int healthy = 0;
     for (const QJsonObject& o : records) {
         const int c = o["Chamber"].toInt();
-        const double pv = o["PV"].toArray()[0].toDouble();
-        const double sp = o["SP"].toArray()[0].toDouble();
-        const int status = o["Status"].toArray()[0].toInt();
-        const QJsonValue end = o["EndDate"].toArray()[0];
-        if (c == 1) {
-            EXPECT_TRUE(pv == 0 || pv == -20.0) << pv;
-            EXPECT_TRUE(sp == 0 || sp == 30.0) << sp;
-            EXPECT_TRUE(status == 0 || status == 1) << status;
-            EXPECT_TRUE(end == QJsonValue(0) || end.toString() == "2024-05-06 07:08:00") << end.toString().toStdString();
-        } else {
-            EXPECT_TRUE(pv == 0 || pv == 25.3) << pv;
-            EXPECT_EQ(status, 0);
+        for (const auto& [field, values] : allowed[c]) {
+            const QString v = o[field].toArray()[0].toVariant().toString();
+            EXPECT_TRUE(values.contains(v)) << c << field << v.toStdString();
         }
-        EXPECT_LE(o["FailCount"].toInt(), 32767);
+        healthy += c == 2 && o["FailCount"].toInt() == 0;
     }
+    EXPECT_GE(healthy, QLatin1String(GetParam()) == "ETH" ? cycles : cycles * 3 / 4);
 }
 
-}  // namespace
-
-// Chamber 1 answers each request with a misbehaviour drawn at random (late
-// by 1.2 to 2 times PCSpeed among them); chamber 2 answers properly and is
-// polled on every tick all the same. QEL_SOAK_SECONDS makes the run longer.
-TEST_P(HostileLine, NoValueThatTheSimulatorDidNotServe) {
-    const int seconds = qEnvironmentVariableIntValue("QEL_SOAK_SECONDS");
+// A stopped chamber is lost at the third failure on RTU, the fourth on ASCII and TCP, and comes
+// back; a model without a poll block is never asked and says so instead of showing zeros.
+TEST_P(StationLine, LostAndBackAndAChamberNotPolled) {
+    const QString protocol = GetParam();
     SimLine line;
-    QStringList args = kServed;
-    args << "--fault" << "1:mixed:150" << "--seed" << "7";
-    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2000"}, {2, "QEL2100"}}, args))
-        << line.process().stderrText().toStdString();
-    StationFolder folder;
-    ASSERT_TRUE(folder.prepare(line, 100));
-    const int cycles = seconds > 0 ? seconds * 3 : 40;
-    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH),
-                            {"--headless", "--app-dir", folder.path(), "--cycles", QString::number(cycles), "--json"},
-                            (seconds > 0 ? seconds * 3 : 120) * 1000);
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    const QList<QJsonObject> records = JsonLines(r.out);
-    ASSERT_EQ(records.size(), 2 * cycles);
-    ExpectOnlyServedValues(records);
-    int healthy = 0;
-    for (const QJsonObject& o : records)
-        if (o["Chamber"].toInt() == 2 && o["FailCount"].toInt() == 0) ++healthy;
-    std::printf("healthy chamber read well on %d of %d ticks\n", healthy, cycles);
-    if (QLatin1String(GetParam()) == "ETH") {
-        EXPECT_EQ(healthy, cycles) << "the healthy chamber was read on every tick";
-    } else {
-        // On a shared serial line a late reply of chamber 1 runs into the
-        // next exchange, as it would on a real bus: that read fails too.
-        EXPECT_GE(healthy, cycles * 3 / 4);
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Protocols, HostileLine, ::testing::Values("ETH", "RTU", "ASC"));
-
-// One device that never stops sending: the walk goes on, the healthy
-// chamber is read, and SIGTERM ends the station in order.
-TEST(BabblingLine, TheOtherChambersArePolledAndTheStationEndsOnSigterm) {
-    SimLine line;
-    ASSERT_TRUE(line.start("RTU", {{1, "QEL2000"}, {2, "QEL2100"}}, kServed));
-    ASSERT_FALSE(line.command("babble 1").isNull());
-    StationFolder folder;
-    ASSERT_TRUE(folder.prepare(line, 100));
+    ASSERT_TRUE(line.start(protocol, kTwo + QList<SimChamber>{{3, "QEL2000"}, {4, "QEL2000"}}, kServed));
+    ASSERT_FALSE(line.command("stop 3").isNull());
+    ASSERT_TRUE(qel::WriteProfileString("Model", "4", "QEL2300/", line.folder() + "/SetUserTag.ini"));
     ChildProcess station;
-    ASSERT_TRUE(station.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path(), "--json"}));
-    int goodReadsOfTwo = 0;
-    for (int i = 0; i < 60 && goodReadsOfTwo < 5; ++i) {
-        const QJsonObject o = QJsonDocument::fromJson(("{" + station.waitForLine("{", 3000)).toUtf8()).object();
-        if (o["Chamber"].toInt() == 2 && o["FailCount"].toInt() == 0 && o["PV"].toArray()[0].toDouble() == 25.3)
-            ++goodReadsOfTwo;
-    }
-    EXPECT_EQ(goodReadsOfTwo, 5);
-    station.process().terminate();
-    ASSERT_TRUE(station.process().waitForFinished(5000)) << "SIGTERM honoured";
-    EXPECT_EQ(station.process().exitCode(), 0);
-    const QStringList log = Lines(folder.errorLog());
-    ASSERT_FALSE(log.isEmpty());
-    EXPECT_EQ(log.filter("User End Program").size(), 1);
-    EXPECT_TRUE(log.last().endsWith("  User End Program"));
+    ASSERT_TRUE(station.start(kStation, {"--headless", "--app-dir", line.folder(), "--json"}));
+    QMap<int, QJsonObject> last;
+    int lostAt = 0;
+    const auto readUntil = [&](const std::function<bool()>& done) {
+        return ReadUntil(station, [&](const QJsonObject& o) {
+            const int c = o["Chamber"].toInt();
+            if (c == 3 && lostAt == 0 && o["CommError"].toInt() == -1) lostAt = o["FailCount"].toInt();
+            EXPECT_EQ(o["Polled"].toBool(), c != 4) << c;
+            last[c] = o;
+            return done();
+        });
+    };
+    ASSERT_TRUE(readUntil([&] { return lostAt > 0 && last.size() == 4; }));
+    EXPECT_EQ(lostAt, protocol == "RTU" ? 3 : 4);
+    EXPECT_TRUE(last[1]["CommError"].toInt() == 0 && last[2]["CommError"].toInt() == 0);
+    EXPECT_EQ(last[4]["State"].toString(), "NOT POLLED");
+    ASSERT_FALSE(line.command("start 3").isNull());
+    EXPECT_TRUE(readUntil([&] { return last[3]["CommError"].toInt() == 0; }));
+    EXPECT_EQ(line.requests(4), 0);
+    ExpectOrderlyEnd(station, line);
 }
 
-// A signal in the middle of a slow walk, with every exchange traced: the
-// end line comes once and is the last line of the log.
+INSTANTIATE_TEST_SUITE_P(Protocols, StationLine, ::testing::Values("ETH", "RTU", "ASC"));
+
+// A babbling device does not hold the serial line; a terminal that goes away
+// marks the line lost and the station polls on until SIGTERM ends it in order.
+TEST(RtuLine, BabblingDeviceAndVanishingTerminal) {
+    SimLine line;
+    ASSERT_TRUE(line.start("RTU", kTwo, kServed));
+    ASSERT_FALSE(line.command("babble 1").isNull());
+    ChildProcess station;
+    ASSERT_TRUE(station.start(kStation, {"--headless", "--app-dir", line.folder(), "--json"}));
+    int goodReadsOfTwo = 0;
+    EXPECT_TRUE(ReadUntil(station, [&](const QJsonObject& o) {
+        goodReadsOfTwo += o["Chamber"].toInt() == 2 && o["FailCount"].toInt() == 0 && At(o, "PV") == 25.3;
+        return goodReadsOfTwo == 5;
+    }, 60));
+    line.sim.stop();
+    EXPECT_TRUE(ReadUntil(station, [](const QJsonObject& o) {
+        return o["Chamber"].toInt() == 2 && o["CommError"].toInt() == -1;
+    }, 60));
+    EXPECT_FALSE(NextRecord(station).isEmpty());
+    ExpectOrderlyEnd(station, line);
+    EXPECT_TRUE(line.errorLog().contains("Serial port error(Open)"));
+}
+
+// SIGTERM amid a slow, fully traced walk: nothing is logged after the end line.
 TEST(StationExit, SignalDuringAWalkWritesTheEndLineOnceAndNothingAfterIt) {
     SimLine line;
-    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}, {2, "QEL2000"}, {3, "QEL2000"}, {4, "QEL2000"}},
-                           {"--fault", "*:silent"}));
-    StationFolder folder;
-    ASSERT_TRUE(folder.prepare(line, 300));
-    ASSERT_TRUE(qel::WriteProfileString("CommSet", "CommDataSave", "1", folder.path() + "/SetComm.ini"));
-    for (int signal : {SIGTERM, SIGINT}) {
-        QDir(folder.path() + "/Error").removeRecursively();
-        ChildProcess station;
-        ASSERT_TRUE(station.start(QStringLiteral(QELSTATION_PATH), {"--headless", "--app-dir", folder.path()}));
-        QElapsedTimer t;
-        t.start();
-        while (!folder.errorLog().contains("Communication state check") && t.elapsed() < 10000)
-            station.process().waitForFinished(50);
-        ::kill(static_cast<pid_t>(station.process().processId()), signal);
-        ASSERT_TRUE(station.process().waitForFinished(5000));
-        const QStringList log = Lines(folder.errorLog());
-        ASSERT_FALSE(log.isEmpty());
-        EXPECT_EQ(log.filter("User End Program").size(), 1) << signal;
-        EXPECT_TRUE(log.last().endsWith("  User End Program")) << log.last().toStdString();
+    ASSERT_TRUE(line.start("ETH", kTwo, {"--fault", "*:silent"}, 300));
+    ASSERT_TRUE(qel::WriteProfileString("CommSet", "CommDataSave", "1", line.folder() + "/SetComm.ini"));
+    ChildProcess station;
+    ASSERT_TRUE(station.start(kStation, {"--headless", "--app-dir", line.folder()}));
+    for (int i = 0; i < 200 && !line.errorLog().contains("Communication state check"); ++i)
+        station.process().waitForFinished(50);
+    ExpectOrderlyEnd(station, line);
+}
+
+// Each folder problem is said once on stderr; the station goes on with the fallbacks,
+// or ends with 2 when it has no chamber to poll. `spoil` gives the folder.
+TEST(StationFolderProblems, AreSaidOnceOnStderr) {
+    const auto set = [](const char* file, const char* section, const char* key, const char* value) {
+        return [=](const QString& d) { return qel::WriteProfileString(section, key, value, d + '/' + file) ? d : ""; };
+    };
+    const struct { std::function<QString(const QString&)> spoil; int exitCode; const char* said; } rows[] = {
+        {set("SetComm.ini", "CommSet", "Protocol", "XYZ/"), 0,
+         "Protocol \"XYZ\" in SetComm.ini is not RTU, ASC or ETH: no chamber can be polled"},
+        {set("SetUserTag.ini", "Set", "MAX_CHAMBER_NO", "0"), 2, "no chambers are set up"},
+    };
+    for (const auto& row : rows) {
+        SimLine line;
+        ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}));
+        const QString dir = row.spoil(line.folder());
+        ASSERT_FALSE(dir.isEmpty()) << row.said;
+        const RunResult r = qeltest::Run(kStation, {"--headless", "--app-dir", dir, "--cycles", "3"});
+        EXPECT_EQ(r.exitCode, row.exitCode) << row.said;
+        EXPECT_EQ(r.err.count(QString::fromUtf8(row.said)), 1) << r.err.toStdString();
     }
 }
 
-// A chamber whose model has no poll block yet is never read; it says so
-// instead of showing the zeros of an empty record as a stopped chamber.
-TEST(StationLine, AChamberThatIsNotPolledSaysSo) {
-    SimLine line;
-    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}, {2, "QEL2100"}}, kServed));
-    StationFolder folder;
-    ASSERT_TRUE(folder.prepare(line));
-    ASSERT_TRUE(qel::WriteProfileString("Model", "2", "QEL2300/", folder.path() + "/SetUserTag.ini"));
-    const RunResult r = qeltest::Run(QStringLiteral(QELSTATION_PATH),
-                                     {"--headless", "--app-dir", folder.path(), "--cycles", "5", "--json"});
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    for (const QJsonObject& o : JsonLines(r.out)) {
-        const bool two = o["Chamber"].toInt() == 2;
-        EXPECT_EQ(o["Polled"].toBool(), !two);
-        if (two) {
-            EXPECT_EQ(o["State"].toString(), "NOT POLLED");
-        }
-    }
-    EXPECT_EQ(Requests(line, "2"), 0);
-    EXPECT_GT(Requests(line, "1"), 0);
-}
-
-// A headless station says once on stderr what it found wrong in its
-// settings, and goes on as the settings' fallbacks say (each problem's
-// wording is tabled with the loaders).
-TEST(StationSettings, ProblemsAreSaidOnceOnStderr) {
+// One station per folder however it is reached (a symbolic link, from another
+// TMPDIR); the lock of a station that was killed is taken over.
+TEST(StationLock, SecondStationOnTheSameFolderIsRefused) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}));
-    const struct {
-        const char* what;
-        std::function<bool(const QString&)> spoil;
-        const char* said;
-    } rows[] = {
-        {"protocol", [](const QString& d) { return qel::WriteProfileString("CommSet", "Protocol", "XYZ/", d + "/SetComm.ini"); },
-         "Protocol \"XYZ\" in SetComm.ini is not RTU, ASC or ETH: no chamber can be polled"},
-        {"model", [](const QString& d) { return qel::WriteProfileString("Model", "1", "QEL9999/", d + "/SetUserTag.ini"); },
-         "Chamber 1 has model \"QEL9999\" in SetUserTag.ini: it is not polled"},
-        {"missing", [](const QString& d) { return QFile::remove(d + "/SetComm.ini"); }, "SetComm.ini is missing"},
-    };
-    for (const auto& r : rows) {
-        StationFolder folder;
-        ASSERT_TRUE(folder.prepare(line));
-        ASSERT_TRUE(r.spoil(folder.path())) << r.what;
-        const RunResult run = qeltest::Run(QStringLiteral(QELSTATION_PATH),
-                                           {"--headless", "--app-dir", folder.path(), "--cycles", "3"});
-        EXPECT_EQ(run.err.count(QString::fromUtf8(r.said)), 1) << r.what << ": " << run.err.toStdString();
-    }
+    QTemporaryDir elsewhere;
+    const QString link = elsewhere.path() + "/via-link";
+    ASSERT_TRUE(QFile::link(line.folder(), link));
+    ChildProcess first;
+    ASSERT_TRUE(first.start(kStation, {"--headless", "--app-dir", line.folder(), "--json"}));
+    ASSERT_FALSE(NextRecord(first).isEmpty());
+    QProcess second;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("TMPDIR", elsewhere.path());
+    second.setProcessEnvironment(env);
+    second.start(kStation, {"--headless", "--app-dir", link, "--cycles", "1"});
+    ASSERT_TRUE(second.waitForFinished(20000));
+    EXPECT_NE(second.exitCode(), 0);
+    EXPECT_TRUE(second.readAllStandardError().contains("another station"));
+    first.process().kill();
+    first.process().waitForFinished(5000);
+    const RunResult after = qeltest::Run(kStation, {"--headless", "--app-dir", link, "--cycles", "1"});
+    EXPECT_EQ(after.exitCode, 0) << after.err.toStdString();
 }

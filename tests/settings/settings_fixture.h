@@ -1,53 +1,81 @@
-// A fresh application folder for each settings test: globals reset, a fixed
-// clock (the error log's name is known), and the link calls of ReadCOMINI
-// recorded instead of opening a port.
+// A fresh application folder per settings test: globals reset, a fixed clock
+// (the error log's name is known), and ReadCOMINI's link calls recorded
+// instead of a port opened.
 #pragma once
 
 #include "app_dir.h"
 #include "clock.h"
 #include "comm_settings.h"
+#include "errorlog.h"
+#include "settings_state.h"
+#include "state.h"
 
-#include <QByteArray>
-#include <QString>
-#include <QStringList>
+#include <QFile>
 #include <functional>
 #include <gtest/gtest.h>
 #include <ostream>
 
-// Readable failure messages for bytes (app_dir.h has those for texts).
-void PrintTo(const QByteArray& bytes, std::ostream* os);
+inline void PrintTo(const QByteArray& bytes, std::ostream* os) {  // line ends and CP949 as %XX
+    *os << '"' << bytes.toPercentEncoding(" !\"#$&'()*+,-./:;<=>?@[\\]^_`{|}~").toStdString() << '"';
+}
 
 class SettingsTest : public ::testing::Test {
 protected:
-    SettingsTest();
-    ~SettingsTest() override;
-
+    SettingsTest() : saved_(qel::LinkCallsOfSettings()) {
+        qel::SetClock(&clock);
+        qel::ResetSettingsState();
+        qel::LinkCallsOfSettings() = {[this](int16_t) { linkCalls << "close"; },
+                                      [this] { linkCalls << "open"; return int16_t{0}; }};
+    }
+    ~SettingsTest() override {
+        qel::LinkCallsOfSettings() = saved_;
+        qel::ResetSettingsState();
+        qel::SetClock(nullptr);
+    }
     void write(const QString& name, const QByteArray& bytes) { app.write(name, bytes); }
     QByteArray read(const QString& name) const { return app.read(name); }
-
-    // The texts of today's error-log lines, without the time stamp.
-    QStringList errorLines() const;
-    // Globals, error log and link calls as at the start: for the next row of a table.
-    void resetState();
+    QStringList errorLines() const {  // today's error-log texts, without the time stamp
+        QStringList lines;
+        for (const QString& line : app.errorLog().split("\r\n", Qt::SkipEmptyParts)) lines << line.mid(19);
+        return lines;
+    }
+    void resetState() {  // globals, error log and link calls as at the start
+        qel::ResetAllState();
+        qel::ResetSettingsState();
+        qel::AppPath = app.path();
+        QFile::remove(qel::ErrorLogPath());
+        linkCalls.clear();
+    }
 
     qeltest::AppDir app;
     qel::ManualClock clock;
     QStringList linkCalls;  // "close" and "open", in the order ReadCOMINI made them
 
 private:
-    qel::SettingsLinkCalls savedLinkCalls_;
+    qel::SettingsLinkCalls saved_;
 };
 
-// Windows line ends for a file written by hand: every "\n" becomes CR LF.
-QByteArray Crlf(const char* text);
+inline QByteArray Crlf(const char* text) { return QByteArray(text).replace("\n", "\r\n"); }
 
 // "[name]" and line(1) .. line(count), each with CR LF; empty lines left out.
-QByteArray Section(const QByteArray& name, int count, const std::function<QByteArray(int)>& line);
+inline QByteArray Section(const QByteArray& name, int count, const std::function<QByteArray(int)>& line) {
+    QByteArray s = "[" + name + "]\r\n";
+    for (int i = 1; i <= count; ++i)
+        if (const QByteArray l = line(i); !l.isEmpty()) s += l + "\r\n";
+    return s;
+}
 
-// The sections of a language file and their key counts.
-struct LanguageSectionSize { const char* name; int count; };
-extern const LanguageSectionSize kLanguageFileLayout[14];
-
-// A complete language file whose entry k of section s reads "<s> <k>/",
-// except that entry `omitKey` of section `omitSection` is left out.
-QByteArray LanguageFile(const char* omitSection = nullptr, int omitKey = 0);
+// A complete language file in its documented sections; entry k of section s reads "<s> <k>/".
+inline QByteArray LanguageFile() {
+    const struct { const char* name; int count; } layout[] = {
+        {"Configration", 20},    {"DIUserName", 1},  {"DisplaySet", 15}, {"GraphSetting", 18}, {"LampSelect", 4},
+        {"PTGraphSetScreen", 4}, {"FunctionSet", 8}, {"UserTag", 14},    {"WaitOperSet", 10},  {"MainForm", 20},
+        {"PublicForm", 19},      {"QELForm", 35},    {"QELMessage", 15}, {"Pattern", 72},
+    };
+    QByteArray file;
+    for (const auto& s : layout)
+        file += Section(s.name, s.count, [&](int k) {
+            return QByteArray::number(k) + "=" + s.name + " " + QByteArray::number(k) + "/";
+        });
+    return file;
+}

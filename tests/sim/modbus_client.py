@@ -22,16 +22,13 @@ else:
 unit = int(args.pop(0))
 if not client.connect():
     sys.exit("error cannot connect")
+calls = {"r": lambda a, v: client.read_holding_registers(a, v[0], slave=unit),
+         "w": lambda a, v: client.write_register(a, v[0], slave=unit),
+         "W": lambda a, v: client.write_registers(a, v, slave=unit)}
 for op in args:
     what, addr, rest = op.split(":")
-    values = [int(v, 0) for v in rest.split(",")]
     try:
-        if what == "r":
-            rr = client.read_holding_registers(int(addr, 0), values[0], slave=unit)
-        elif what == "w":
-            rr = client.write_register(int(addr, 0), values[0], slave=unit)
-        else:
-            rr = client.write_registers(int(addr, 0), values, slave=unit)
+        rr = calls[what](int(addr, 0), [int(v, 0) for v in rest.split(",")])
     except Exception as e:  # a timeout or a broken frame surfaces here or as rr
         rr = e
     if rr is None or isinstance(rr, Exception) or rr.isError():

@@ -1,125 +1,150 @@
-// The transports in this process: Modbus/TCP on loopback sockets, RTU and
-// ASCII on a real pseudo-terminal whose slave the test opens and closes as
-// the station does. Frames are written out byte by byte, CRC and LRC included.
+// The transports on loopback sockets and a real pseudo-terminal; frames
+// written out from the Modbus layout, never built by qelsim's framing.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <termios.h>
+#include <unistd.h>
 
+#include <QElapsedTimer>
 #include <QTcpSocket>
+#include <QtCore/qtestsupport_core.h>
 
-#include "bus.h"
-#include "pty.h"
+#include "commands.h"
 #include "serial_server.h"
 #include "sim_test_util.h"
 #include "tcp_server.h"
 
 using namespace qelsim;
 using simtest::H;
-using simtest::SpinUntil;
 
 namespace {
 
-// Chamber 1 a QEL2000, chamber 2 a QEL2100; noise off, time standing.
-struct TwoChambers {
-    Bus bus{[] { return QDateTime(QDate(2024, 5, 1), QTime(12, 0)); }};
-    TwoChambers() {
-        for (int a : {1, 2}) bus.add(MakeChamber({a, a == 1 ? "QEL2000" : "QEL2100", {}, false}));
-    }
-};
-
-// One request and the start of its reply; no reply at all when reply is empty.
+// Per framing (TCP transaction 0x1234): chamber 1's status read and reply, chamber 2's set point
+// read and reply (60.0), chamber 1's faults with the reply to the read; TCP's drop, last, hangs up.
 struct Exchange {
-    const char* send;  // hex; on an ASCII line the text itself
-    const char* reply;
+    QByteArray readStatus, goodReply, askTwo, twoReply;
+    std::vector<std::pair<const char*, QByteArray>> faults;
 };
+const Exchange& Wire(Framing framing) {
+    static const Exchange rtu{H("010300040001C5CB"), H("0103020000B844"), H("0203000C0001443A"), H("0203020258FCDE"),
+                              {{"badcrc 1", H("010302000047BB")},  // both CRC bytes inverted
+                               {"header 1", H("010302A131")},
+                               {"huge 1", H("0103020000") + QByteArray(65529, '\0') + H("F87C")}}};  // 64 KiB
+    static const Exchange ascii{":010300040001F7\r\n", ":0103020000FA\r\n", ":0203000C0001EE\r\n", ":02030202589F\r\n",
+                                {{"badlrc 1", ":0103020000FB\r\n"},
+                                 {"huge 1", ":0103020000" + QByteArray(65522, '0') + "FA\r\n"}}};  // 64 KiB + 1
+    static const Exchange tcp{H("123400000006010300040001"), H("1234000000050103020000"),
+                              H("1234000000060203000C0001"), H("1234000000050203020258"),
+                              {{"badcrc 1", H("1234000000060103020000")},  // MBAP length one too many
+                               {"wrongtid 1", H("1235000000050103020000")},
+                               {"header 1", H("123400000003010302")},  // length: unit, function, count
+                               {"huge 1", H("12340000FFFF0103020000") + QByteArray(65530, '\0')},  // length 0xFFFF
+                               {"drop 1", H("1234000000")}}};
+    return framing == Framing::Rtu ? rtu : framing == Framing::Ascii ? ascii : tcp;
+}
 
 }  // namespace
 
-TEST(TcpServerTest, UnitIdRuleAndTransactionEcho) {
-    TwoChambers t;
-    TcpServer server(t.bus, QHostAddress("127.0.0.1"), 0, false);
-    QString error;
-    ASSERT_TRUE(server.start(&error)) << error.toStdString();
-    const auto eps = server.endpoints();
-    ASSERT_EQ(eps.size(), 2);
-    EXPECT_EQ(eps[1].host, QHostAddress("127.0.0.2")) << "chamber 2 on the next loopback address";
-    QTcpSocket socket;
-    QByteArray in;
-    QObject::connect(&socket, &QTcpSocket::readyRead, [&] { in += socket.readAll(); });
-    socket.connectToHost(eps[1].host, eps[1].port);
-    ASSERT_TRUE(SpinUntil([&] { return socket.state() == QAbstractSocket::ConnectedState; }, 2000));
-
-    // Chamber 2 answers units 2, 0 and 255, echoing transaction and unit.
-    const Exchange rows[] = {
-        {"1234000000060203000B0002", "12340000000702030400FA0258"},  // set points 25.0 and 60.0
-        {"ABCD00000006FF03000B0001", "ABCD00000005FF030200FA"},
-        {"000200000002002B", "00020000000300AB01"},  // function 2B is not served
-        {"000300000006010300040001", ""},            // unit 1 is another chamber
-        {"000400010006020300040001", ""},            // protocol 1 is not Modbus
-        {"0005000000050203000400", ""},              // a read one byte short
-        {"00050000000602", ""},                      // half a request waits for the rest
-        {"0300040001", "0005000000050203020000"},
-        {"000600000006020600660001", "000600000006020600660001"},
-        {"000700000006020300060001000800000006020300040001",  // two in one segment; the key took
-         "00070000000502030200010008000000050203020000"},  // a program run
-        {"000900000006020300000082", "00090000010702030400000000"},  // 130 registers: length 263
-    };
-    for (const auto& [send, reply] : rows) {
-        in.clear();
-        socket.write(H(send));
-        SpinUntil([&] { return in.size() >= qMax<qsizetype>(1, qstrlen(reply) / 2); }, *reply ? 2000 : 150);
-        EXPECT_EQ(*reply ? in.left(qstrlen(reply) / 2) : in, H(reply)) << send;
-    }
-    EXPECT_TRUE(SpinUntil([&] { return in.size() == 7 + 262; }, 2000)) << "all 260 data bytes follow";
-
-    // A length field of 1 leaves no room for a function: the stream is dropped.
-    socket.write(H("00050000000102"));
-    EXPECT_TRUE(SpinUntil([&] { return socket.state() == QAbstractSocket::UnconnectedState; }, 2000));
-}
-
-class SerialLine : public ::testing::TestWithParam<Framing> {
+// The station's side: one connection per chamber on TCP, the pty's raw slave on RTU and ASCII.
+class EveryFraming : public ::testing::TestWithParam<Framing> {
 protected:
-    TwoChambers t;
-    PtyPort pty;
-    std::unique_ptr<SerialServer> server;
-    std::unique_ptr<simtest::Slave> slave;
-
     void SetUp() override {
         QString error;
-        ASSERT_TRUE(pty.open(&error)) << error.toStdString();
-        server = std::make_unique<SerialServer>(t.bus, pty, GetParam());
-        slave = std::make_unique<simtest::Slave>(pty.slavePath());
+        if (framing != Framing::Tcp) {
+            serial = std::make_unique<SerialServer>(*bus, pty, framing);
+            ASSERT_TRUE(pty.open(&error) && reopen()) << error.toStdString();
+            return;
+        }
+        tcp = std::make_unique<TcpServer>(*bus, QHostAddress("127.0.0.1"), 0, false);
+        ASSERT_TRUE(tcp->start(&error)) << error.toStdString();
+        for (const TcpServer::Endpoint& e : tcp->endpoints()) {
+            QTcpSocket& s = sockets[e.address];
+            s.connectToHost(e.host, e.port);
+            ASSERT_TRUE(QTest::qWaitFor([&] { return s.state() == QAbstractSocket::ConnectedState; }, 2000));
+        }
     }
-};
+    void TearDown() override { ::close(fd); }
+    void command(const char* line) { ASSERT_EQ(RunCommand(*bus, line).reply, "ok") << line; }
+    // Closes the slave and opens it again at once, as the station does between exchanges.
+    bool reopen() {
+        if (fd >= 0) ::close(fd);
+        fd = ::open(pty.slavePath().toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        termios t{};
+        if (fd < 0 || tcgetattr(fd, &t) != 0) return false;
+        cfmakeraw(&t);
+        return tcsetattr(fd, TCSANOW, &t) == 0;
+    }
+    void send(int chamber, const QByteArray& b) {
+        EXPECT_EQ(fd >= 0 ? ::write(fd, b.constData(), size_t(b.size())) : sockets[chamber].write(b), b.size());
+    }
+    // What chamber sent (on a serial line: anyone), once n bytes are in or ms have passed.
+    QByteArray read(int chamber, qsizetype n, int ms) {
+        QByteArray got;
+        char buf[4096];
+        (void)QTest::qWaitFor([&] {
+            if (fd < 0) got += sockets[chamber].readAll();
+            for (ssize_t k; fd >= 0 && (k = ::read(fd, buf, sizeof buf)) > 0;) got.append(buf, k);
+            return got.size() >= n;
+        }, ms);
+        return got;
+    }
 
-TEST_P(SerialLine, AnswersWithTheSlaveReopenedForEachExchange) {
-    const bool rtu = GetParam() == Framing::Rtu;
-    const std::vector<Exchange> rows =
-        rtu ? std::vector<Exchange>{
-                  {"010300040001C5CB", "0103020000B844"},
-                  {"0203000C0001443A", "0203020258FCDE"},  // chamber 2, set point 60.0
-                  {"010300040001C5CC", ""},                // CRC off by one
-                  {"090300040001C483", ""},                // no chamber 9
-                  {"FF00FF1337010300040001C5CB", "0103020000B844"},  // noise before a good frame
-                  {"012B0E01007077", "01AB019EF0"},  // ended by the pause: exception 01
-                  {"0110007000030600010002000338AA", "01100070000381D3"},
-                  {"0103007000030410", "010306000100020003FD74"},
-              }
-            : std::vector<Exchange>{
-                  {":010300040001F7\r\n", ":0103020000FA\r\n"},
-                  {":010300040001F6\r\n", ""},                               // wrong LRC
-                  {"noise:0103000:020300060001F4\r\n", ":0203020000F9\r\n"},  // an unfinished frame, then a whole one
-                  {":0106006500010\r\n", ""},                                // odd number of digits
-                  {":01060065000193\r\n", ":01060065000193\r\n"},            // the run key
-                  {":010300040001F7\r\n", ":0103020001F9\r\n"},              // took effect: a program run
-              };
-    for (const auto& [send, text] : rows) {
-        const QByteArray reply = rtu ? H(text) : QByteArray(text);
-        ASSERT_TRUE(slave->open());
-        slave->write(rtu ? H(send) : QByteArray(send));
-        EXPECT_EQ(slave->read(rtu ? qMax<int>(1, reply.size()) : 0, *text ? 2000 : 150), reply) << send;
-        slave->close();
-        SpinUntil([] { return false; }, 40);  // long enough for qelsim to see the line hang up
+    const Framing framing = GetParam();
+    const Exchange& wire = Wire(framing);
+    std::unique_ptr<Bus> bus = simtest::TwoChambers();
+    PtyPort pty;
+    std::unique_ptr<SerialServer> serial;
+    int fd = -1;
+    std::unique_ptr<TcpServer> tcp;
+    QTcpSocket sockets[3];  // by address
+};
+INSTANTIATE_TEST_SUITE_P(Framings, EveryFraming, ::testing::Values(Framing::Rtu, Framing::Ascii, Framing::Tcp),
+                         ([](const auto& i) { return std::vector<std::string>{"Rtu", "Ascii", "Tcp"}[i.index]; }));
+
+// Guards each fault's bytes, and that a fault is chamber 1's alone.
+TEST_P(EveryFraming, FaultRepliesAreTheseBytes) {
+    for (const auto& [fault, reply] : wire.faults) {
+        SCOPED_TRACE(fault);
+        command(fault);
+        send(1, wire.readStatus);
+        EXPECT_EQ(read(1, reply.size(), 5000), reply);
+        EXPECT_TRUE(read(1, 1, 80).isEmpty()) << "nothing follows";
+        send(2, wire.askTwo);
+        EXPECT_EQ(read(2, wire.twoReply.size(), 2000), wire.twoReply);
     }
+    EXPECT_TRUE(framing != Framing::Tcp ||
+                QTest::qWaitFor([&] { return sockets[1].state() == QAbstractSocket::UnconnectedState; }, 2000))
+        << "the connection goes after half a reply";
 }
 
-INSTANTIATE_TEST_SUITE_P(Framings, SerialLine, ::testing::Values(Framing::Rtu, Framing::Ascii),
-                         [](const ::testing::TestParamInfo<Framing>& info) { return simtest::FramingName(info.param); });
+// Guards that a late reply holds up neither the line nor the other chambers.
+TEST_P(EveryFraming, DelayedReplyComesLateWhileOtherChambersAnswer) {
+    command("delay 1 600");
+    QElapsedTimer clock;
+    clock.start();
+    send(1, wire.readStatus);
+    send(2, wire.askTwo);
+    EXPECT_EQ(read(2, wire.twoReply.size(), 2000), wire.twoReply);
+    EXPECT_TRUE(read(1, 1, 0).isEmpty()) << "chamber 1's reply is still to come";
+    EXPECT_EQ(read(1, wire.goodReply.size(), 3000), wire.goodReply);
+    EXPECT_GE(clock.elapsed(), 600);
+}
+
+// Guards the endless stream: a closing serial peer or "normal" ends it; others are served meanwhile.
+TEST_P(EveryFraming, BabbleStreamsUntilNormalOrThePeerClosesThenTheChamberAnswersAgain) {
+    command("babble 1");
+    send(1, wire.readStatus);
+    EXPECT_GE(read(1, 8192, 5000).size(), 8192) << "far beyond any reply";
+    if (framing != Framing::Tcp) {
+        ASSERT_TRUE(reopen());
+        EXPECT_TRUE(read(1, 1, 80).isEmpty()) << "the close ended the stream";
+    }
+    send(2, wire.askTwo);
+    EXPECT_EQ(read(2, wire.twoReply.size(), 2000), wire.twoReply);
+    send(1, wire.readStatus);
+    EXPECT_FALSE(read(1, 1, 2000).isEmpty()) << "babbling still";
+    command("normal 1");
+    (void)read(1, 1 << 30, 500);  // what was already under way
+    send(1, wire.readStatus);
+    EXPECT_EQ(read(1, wire.goodReply.size(), 2000), wire.goodReply) << "the stream ended";
+}

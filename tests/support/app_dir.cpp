@@ -11,9 +11,8 @@
 
 namespace qeltest {
 
-AppDir::AppDir() {
+AppDir::AppDir() : path_(dir_.path() + u'/') {
     qel::ResetAllState();
-    path_ = dir_.path() + QStringLiteral("/");
     qel::AppPath = path_;
 }
 
@@ -24,8 +23,7 @@ AppDir::~AppDir() {
 
 QByteArray AppDir::read(const QString& name) const {
     QFile f(file(name));
-    if (!f.open(QIODevice::ReadOnly)) return {};
-    return f.readAll();
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 void AppDir::write(const QString& name, const QByteArray& bytes) const {
@@ -34,12 +32,9 @@ void AppDir::write(const QString& name, const QByteArray& bytes) const {
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
 }
 
-}  // namespace qeltest
-
-namespace qeltest {
 QString AppDir::errorLog() const {
     QFile f(qel::ErrorLogPath());
-    if (!f.open(QIODevice::ReadOnly)) return {};
-    return qel::FromCodePage(f.readAll());
+    return f.open(QIODevice::ReadOnly) ? qel::FromCodePage(f.readAll()) : QString();
 }
+
 }  // namespace qeltest

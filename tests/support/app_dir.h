@@ -10,11 +10,7 @@
 
 // Readable failure messages for Qt strings.
 inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
-inline void PrintTo(const QStringList& l, std::ostream* os) {
-    *os << '{';
-    for (const QString& s : l) *os << " \"" << s.toStdString() << '"';
-    *os << " }";
-}
+inline void PrintTo(const QStringList& l, std::ostream* os) { *os << "{\"" << l.join("\", \"").toStdString() << "\"}"; }
 
 namespace qeltest {
 
@@ -26,8 +22,7 @@ public:
     QString file(const QString& name) const { return path_ + name; }
     QByteArray read(const QString& name) const;
     void write(const QString& name, const QByteArray& bytes) const;
-    // Today's error log (by the current clock), decoded from CP949.
-    QString errorLog() const;
+    QString errorLog() const;  // today's error log (by the current clock), decoded from CP949
 
 private:
     QTemporaryDir dir_;

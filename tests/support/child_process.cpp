@@ -5,12 +5,8 @@
 
 namespace qeltest {
 
-ChildProcess::~ChildProcess() { stop(); }
-
 bool ChildProcess::start(const QString& program, const QStringList& args) {
-    process_.setProgram(program);
-    process_.setArguments(args);
-    process_.start();
+    process_.start(program, args);
     return process_.waitForStarted(10000);
 }
 
@@ -18,8 +14,7 @@ QString ChildProcess::waitForLine(const QString& prefix, int timeoutMs) {
     QElapsedTimer t;
     t.start();
     for (;;) {
-        int nl;
-        while ((nl = pending_.indexOf('\n')) >= 0) {
+        for (qsizetype nl; (nl = pending_.indexOf('\n')) >= 0;) {
             const QString line = QString::fromUtf8(pending_.left(nl)).trimmed();
             pending_.remove(0, nl + 1);
             if (line.startsWith(prefix)) return line.mid(prefix.size()).trimmed();
@@ -31,7 +26,7 @@ QString ChildProcess::waitForLine(const QString& prefix, int timeoutMs) {
 }
 
 void ChildProcess::writeLine(const QString& line) {
-    process_.write((line + QStringLiteral("\n")).toUtf8());
+    process_.write((line + u'\n').toUtf8());
     process_.waitForBytesWritten(1000);
 }
 
@@ -43,8 +38,6 @@ void ChildProcess::stop() {
         process_.waitForFinished(3000);
     }
 }
-
-QString ChildProcess::stderrText() { return QString::fromUtf8(process_.readAllStandardError()); }
 
 RunResult Run(const QString& program, const QStringList& args, int timeoutMs) {
     QProcess p;
@@ -58,7 +51,7 @@ RunResult Run(const QString& program, const QStringList& args, int timeoutMs) {
     }
     r.exitCode = p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
     r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err += QString::fromUtf8(p.readAllStandardError());
+    r.err = QString::fromUtf8(p.readAllStandardError());
     return r;
 }
 

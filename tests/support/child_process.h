@@ -1,6 +1,5 @@
 // A helper program run by a test (qelsim, a reference Modbus peer, qelpoll):
-// started with its arguments, read line by line, stopped by its own handle
-// when the object goes.
+// read line by line, stopped by its own handle when the object goes.
 #pragma once
 
 #include <QProcess>
@@ -12,17 +11,16 @@ namespace qeltest {
 class ChildProcess {
 public:
     ChildProcess() = default;
-    ~ChildProcess();
+    ~ChildProcess() { stop(); }
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     bool start(const QString& program, const QStringList& args);
-    // Waits for a line of stdout starting with `prefix`; returns the rest of
-    // that line, or a null string after `timeoutMs`.
+    // The rest of the next stdout line starting with `prefix`, or a null string after `timeoutMs`.
     QString waitForLine(const QString& prefix, int timeoutMs = 10000);
     void writeLine(const QString& line);
     void stop();
-    QString stderrText();
+    QString stderrText() { return QString::fromUtf8(process_.readAllStandardError()); }
     QProcess& process() { return process_; }
 
 private:
@@ -30,7 +28,7 @@ private:
     QByteArray pending_;
 };
 
-// Runs a program to its end and gives its exit code and stdout.
+// Runs a program to its end ("timed out" in err and exitCode -1 when it does not end).
 struct RunResult {
     int exitCode = -1;
     QString out;

@@ -1,25 +1,21 @@
-// A scripted serial port for unit tests of the exchange: each request the
-// station sends is answered at once by `reply(request)`. Integration tests
-// use a real pseudo-terminal instead.
+// A scripted serial port for unit tests of the exchange, and Modbus frames
+// laid out here from the framings, independently of the station's builders.
 #pragma once
 
 #include "serial_port.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
-#include <QStringList>
 #include <functional>
 
 namespace qeltest {
 
 class FakeSerialPort : public qel::SerialPort {
 public:
-    std::function<QByteArray(const QByteArray& request)> reply;
-    // The reply arrives this many ms (of the current clock) after the request;
-    // a late reply outlives closing the port, as bytes on the wire do.
-    int replyAfterMs = 0;
-    // A device that never stops: every look at the buffer finds this many more bytes.
-    int babbleBytes = 0;
+    std::function<QByteArray(const QByteArray& request)> reply;  // answers each request sent
+    int replyAfterMs = 0;  // the answer arrives this late (current clock); it outlives a close, as on a wire
+    int babbleBytes = 0;   // a device that never stops: every look finds this many more bytes
     bool failOpen = false;
     int opens = 0;
     int closes = 0;
@@ -31,7 +27,7 @@ public:
     void setSettings(const QString& s) override { settings = s; }
     void setPortOpen(bool open) override;
     int inBufferCount() override;
-    void clearInBuffer() override;
+    void clearInBuffer() override { input(); }
     void clearOutBuffer() override {}
     void output(const QByteArray& bytes) override;
     QByteArray input() override;
@@ -46,14 +42,16 @@ private:
 // Puts a scripted port in place of the main serial port; the link owns it.
 FakeSerialPort* InstallFakeSerialPort();
 
-// Hex text to bytes and a Modbus RTU frame with its CRC, computed here
-// independently of the station's own routine.
 QByteArray FromHex(const QString& hex);
+// CRC-16/MODBUS by a bitwise MSB-first formulation on reflected data.
 uint16_t ReferenceCrc(const QByteArray& bytes);
-QByteArray WithCrc(const QByteArray& bytes);
+QByteArray WithCrc(const QByteArray& bytes);  // RTU: bytes, CRC low, CRC high
+QByteArray WithLrc(const QByteArray& bytes);  // ASCII: ':', hex, LRC, CR LF
+// Modbus/TCP: transaction, protocol, length (by default that of unitAndPdu), then unitAndPdu.
+QByteArray WithMbap(const QByteArray& unitAndPdu, int tid = 0x1234, int pid = 0, int length = -1);
 
-// The reply to a read of `count` registers from `first`, where `value(reg)`
-// gives each register: address, 03, byte count, data, no checksum.
+// The reply to a read of `count` registers from `first`: address, 03, byte
+// count, `value(reg)` of each register; no checksum.
 QByteArray ReadReplyBody(int address, int first, int count, const std::function<uint16_t(int)>& value);
 
 }  // namespace qeltest
