@@ -39,6 +39,8 @@ std::array<std::array<int16_t, kMaxChambers>, 5> StopLatch;
 QString StatusPanel1;
 QString StatusPanel2;
 QString StatusPanel3;
+std::array<std::array<QString, 3>, kMaxChambers> StartPattern;
+std::array<std::array<int16_t, 3>, kMaxChambers> GraphBlock;
 std::array<int32_t, 16> BitTable;
 
 namespace {
@@ -110,6 +112,8 @@ void ResetAllState() {
     StatusPanel2 = QStringLiteral("0");
     StatusPanel3 = QStringLiteral("1");
     BitTable.fill(0);
+    for (auto& p : StartPattern) p.fill(QString());
+    for (auto& g : GraphBlock) g.fill(0);
 }
 
 void ResetRunState() {

@@ -135,6 +135,13 @@ extern QString StatusPanel1;
 extern QString StatusPanel2;
 extern QString StatusPanel3;
 
+// What the page's run key leaves for the trend and pattern views of a
+// chamber's channel [chamber - 1][channel - 1]: the pattern number the run
+// started with, and whether the trend holds its drawing back (cleared at a
+// start).
+extern std::array<std::array<QString, 3>, kMaxChambers> StartPattern;
+extern std::array<std::array<int16_t, 3>, kMaxChambers> GraphBlock;
+
 // Bit tables used by event decoding: 1, 2, 4 ... (filled once at start-up).
 extern std::array<int32_t, 16> BitTable;
 

@@ -30,30 +30,40 @@ QString KeyRegister(const QString& model, int channel) {
     return QString();
 }
 
-void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = false) {
+// The order of every write the operator starts: the poll stops, the line
+// goes quiet, the write, a quiet wait, the poll starts again - also after a
+// failure, so that a key never leaves the whole line unpolled.
+template <typename Work>
+void WithPollStopped(const QString& logName, Work work) {
     try {
         EnableReadComm(false);
-        WaitSec(PCSpeed / 1000.0);  // the line goes quiet
+        WaitSec(PCSpeed / 1000.0);
+        work();
+        WaitSec(PCSpeed / 1000.0);
+    } catch (const RuntimeError& e) {
+        ErrorTail(e.description(), logName);
+    }
+    if (!ProgramEnding()) EnableReadComm(true);
+}
+
+void Write(int16_t chamber, const QString& body) {
+    if (body.isEmpty()) return;
+    int16_t minLen = 4;
+    ModbusTransact(QString(), minLen, chamber, static_cast<int16_t>(Val(ChamberAddress[ChamberIndex(chamber)])), body);
+}
+
+void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = false) {
+    WithPollStopped(logName, [&] {
         const QString model = ChamberModel[ChamberIndex(chamber)];
-        const QString body =
-            fixRun && model == u"QEL2300" ? QString() : KeyBody(model, static_cast<int>(Val(StatusPanel3)), key);
-        if (!body.isEmpty()) {
-            int16_t minLen = 4;
-            ModbusTransact(QString(), minLen, chamber, static_cast<int16_t>(Val(ChamberAddress[ChamberIndex(chamber)])),
-                           body);
-        }
+        Write(chamber,
+              fixRun && model == u"QEL2300" ? QString() : KeyBody(model, static_cast<int>(Val(StatusPanel3)), key));
         if (key == Key::Step) {
             if (Hooks.historyRow)
                 Hooks.historyRow(chamber, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm:ss")),
                                  QStringLiteral("START STEP"));
             WriteMessageLog(QStringLiteral("START STEP"), chamber);
         }
-        WaitSec(PCSpeed / 1000.0);
-    } catch (const RuntimeError& e) {
-        ErrorTail(e.description(), logName);
-    }
-    // Also after a failure: a key must never leave the whole line unpolled.
-    if (!ProgramEnding()) EnableReadComm(true);
+    });
 }
 
 }  // namespace
@@ -62,6 +72,10 @@ QString KeyBody(const QString& model, int channel, Key key) {
     const QString reg = KeyRegister(model, channel);
     if (reg.isEmpty()) return QString();
     return reg + QString::number(static_cast<int>(key)).rightJustified(4, u'0');
+}
+
+void SendCommand(int16_t chamber, const QString& body, const QString& logName) {
+    WithPollStopped(logName, [&] { Write(chamber, body); });
 }
 
 void SetStopMode(int16_t chamber) { SendKey(chamber, Key::Stop, QStringLiteral("modCommControl.SetStopMode")); }

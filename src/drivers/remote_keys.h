@@ -20,6 +20,10 @@ enum class Key : int { Start = 1, Hold = 2, Step = 3, Stop = 4, User = 5 };
 // the model's table has no register for that channel.
 QString KeyBody(const QString& model, int channel, Key key);
 
+// A write of a page's own (a set point, a pattern number): the command body
+// in the same order as a key; nothing for an empty body but the waits.
+void SendCommand(int16_t chamber, const QString& body, const QString& logName);
+
 void SetStopMode(int16_t chamber);
 // `mode` 1 holds and 0 releases; both send the hold key, the controller toggles.
 void SetHoldMode(int16_t chamber, int16_t mode);

@@ -21,6 +21,9 @@ struct StationHooks {
     std::function<void(int16_t chamber, int channel, const QString& caption)> endTimeCaption;
     // A row of the page's history list: time "yyyy/mm/dd hh:mm:ss" and text.
     std::function<void(int16_t chamber, const QString& time, const QString& text)> historyRow;
+    // The hold and wait checks of a channel, at the end of the page's refresh.
+    std::function<void(int16_t chamber, int channel)> holdCheck;
+    std::function<void(int16_t chamber, int channel)> waitCheck;
     // After each chamber of a walk, read or not: the overview cell and the page repaint.
     std::function<void(int16_t chamber)> overviewRefresh;
     std::function<void(int16_t chamber)> pageRefresh;

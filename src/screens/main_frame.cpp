@@ -32,7 +32,8 @@ int16_t ScreenNoFor(int maxChamberNo) {
     return 1;
 }
 
-MainFrame::MainFrame(Operator& op, FrameHost& host, QObject* parent) : QObject(parent), op_(op), host_(host) {
+MainFrame::MainFrame(Operator& op, FrameHost& host, QObject* parent)
+    : QObject(parent), op_(op), host_(host), screens_(op) {
     readComm_.setInterval(100);  // never changed: it sets the gap between ticks
     connect(&readComm_, &QTimer::timeout, this, &MainFrame::tick);
     ReadCommTimer.setEnabled = [this](bool on) {
@@ -63,8 +64,7 @@ void MainFrame::loadSteps() {
     WriteErrorLog(QStringLiteral("User Start Program"));
     FillBitTables();
     ScreenNo = ScreenNoFor(MaxChamberNo);
-    op_.progress(++step, bar);
-    for (int c = 1; c <= std::min<int>(MaxChamberNo, kMaxChambers); ++c) op_.progress(std::min(++step, bar), bar);
+    screens_.load([&] { op_.progress(std::min(++step, bar), bar); });
     op_.progress(0, 0);  // the splash goes
 
     ResetRunState();
@@ -78,6 +78,9 @@ void MainFrame::loadSteps() {
         buttons_[0].enabled = false;
         buttons_[1].visible = false;
         StatusPanel2 = QStringLiteral("1");
+        // The overview screens' load left panel 3 at "0"; the one page's
+        // keys need the channel on display.
+        StatusPanel3 = QStringLiteral("1");
         host_.showPage(1);
     }
 }

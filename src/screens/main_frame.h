@@ -5,6 +5,7 @@
 #pragma once
 
 #include "operator.h"
+#include "screen_forms.h"
 
 #include <QObject>
 #include <QString>
@@ -65,6 +66,8 @@ public:
 
     const ToolButtonState& button(int index) const { return buttons_[index - 1]; }
     QTimer& readComm() { return readComm_; }
+    // The pages and overview screens, loaded by load().
+    ScreenForms& screens() { return screens_; }
 
 signals:
     // After every tick of the poll timer.
@@ -82,6 +85,7 @@ private:
     FrameHost& host_;
     QTimer readComm_;
     std::array<ToolButtonState, kToolButtons> buttons_{};
+    ScreenForms screens_;
 };
 
 // ScreenNo by chamber count: 5-9 give 2, 10-16 give 3, 17-25 give 4, 26-30

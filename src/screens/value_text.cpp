@@ -3,6 +3,7 @@
 #include "language.h"
 #include "poll_walk.h"
 #include "state.h"
+#include "value_forms.h"
 #include "vbtext.h"
 
 namespace qel {
@@ -14,6 +15,11 @@ const char* const kStateWords[] = {"",         "COMM ERROR",   "PROGRAM RUN", "W
                                    "PROGRAM WAIT", "FIX WAIT", "END",         "FIX STOP", "STOP"};
 
 }  // namespace
+
+QString ScreenValue(double value, const QString& dp) {
+    const QString places = dp.trimmed();
+    return places.isEmpty() ? NumberText(value) : Format(value, QStringLiteral("###0.") + places);
+}
 
 QString DeadWord(int chamber) {
     const int i = ChamberIndex(chamber);

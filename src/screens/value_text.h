@@ -5,6 +5,14 @@
 
 namespace qel {
 
+// A value as the pages and overview cells print it: the plain number when
+// the decimal places `dp` ("", "0", "00") are empty after trimming, else
+// Format(value, "###0." & dp).
+QString ScreenValue(double value, const QString& dp);
+
+// The page's and cell's output picture: every channel, every model.
+inline constexpr const char* kMvPicture = "###0.0";
+
 // The process value of a channel (1-based chamber and channel): "-.-" while
 // the chamber is lost; "B.OUT", "+OVER" or "-OVER" by the input status (bit
 // values 2, 8, 16, tested in this order); else the value with the channel's

@@ -2,13 +2,18 @@
 
 #include "about_dialog.h"
 #include "captions.h"
+#include "chamber_page_widget.h"
 #include "config_report.h"
 #include "language.h"
-#include "line_view.h"
 #include "link.h"
+#include "overview_widget.h"
+#include "page_layout.h"
 #include "state.h"
+#include "station_hooks.h"
+#include "vbtext.h"
 
 #include <QApplication>
+#include <algorithm>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QFile>
@@ -112,15 +117,15 @@ QList<QJsonObject> MainWindow::shownRows() const {
         rows.append(o);
     };
     QMdiSubWindow* active = mdi_->activeSubWindow();
-    if (chamberView_ && active == page_) {
-        for (const QStringList& texts : chamberView_->shownTexts()) row(chamberView_->chamber(), texts);
-    } else if (lineView_) {
-        for (int r = 0; r < lineView_->rows(); ++r) row(r + 1, lineView_->shownTexts(r));
+    if (pageWidget_ && active == page_) {
+        for (const QStringList& texts : pageWidget_->shownTexts()) row(pageWidget_->chamber(), texts);
+    } else if (overviewWidget_) {
+        for (int c = 1; c <= std::min<int>(MaxChamberNo, kMaxChambers); ++c) row(c, overviewWidget_->shownTexts(c));
     }
     return rows;
 }
 
-void MainWindow::refresh() {
+void MainWindow::refreshPanels() {
     panels_[0]->setText(StatusPanel1);
     panels_[1]->setText(StatusPanel2);
     panels_[2]->setText(StatusPanel3);
@@ -128,43 +133,86 @@ void MainWindow::refresh() {
         actions_[i - 1]->setEnabled(frame_->button(i).enabled);
         actions_[i - 1]->setVisible(frame_->button(i).visible);
     }
-    if (lineView_) lineView_->refresh();
-    if (chamberView_) chamberView_->refresh();
+}
+
+// Only the screen on display is repainted; the others follow the records
+// in their controls and catch up when shown.
+void MainWindow::refresh() {
+    refreshPanels();
+    QMdiSubWindow* active = mdi_->activeSubWindow();
+    if (overviewWidget_ && active == overview_) overviewWidget_->refresh();
+    if (pageWidget_ && active == page_) pageWidget_->refresh();
 }
 
 void MainWindow::showOverview(int screenNo) {
-    if (!overview_) {
-        lineView_ = new LineView;
-        overview_ = mdi_->addSubWindow(lineView_);
-        overview_->setObjectName(QStringLiteral("frmMenu"));
-        connect(lineView_, &LineView::chamberChosen, this, [this](int c) {
+    OverviewScreen& screen = frame_->screens().overview(screenNo);
+    if (overviewWidget_ && &overviewWidget_->screen() != &screen) {
+        mdi_->removeSubWindow(overview_);
+        overview_->deleteLater();
+        overview_ = nullptr;
+        overviewWidget_ = nullptr;
+    }
+    if (!overviewWidget_) {
+        overviewWidget_ = new OverviewWidget(screen);
+        overview_ = mdi_->addSubWindow(overviewWidget_);
+        overview_->setObjectName(QStringLiteral("frmMain%1").arg(screenNo));
+        overview_->setWindowTitle(MainFrame::toolTip(1));
+        connect(overviewWidget_, &OverviewWidget::chamberSelected, this, &MainWindow::refreshPanels);
+        connect(overviewWidget_, &OverviewWidget::pageRequested, this, [this](int c) {
             StatusPanel2 = QString::number(c);
             frame_->toolbarClick(2);
         });
     }
-    overview_->setWindowTitle(QStringLiteral("Overview %1").arg(screenNo));
+    screen.Form_GotFocus();
     overview_->showMaximized();
     mdi_->setActiveSubWindow(overview_);
     refresh();
 }
 
-void MainWindow::showPage(int chamber) {
-    if (chamberView_ && chamberView_->chamber() != chamber) {
+ChamberPageWidget* MainWindow::pageWidget(int chamber) {
+    ChamberPage* page = frame_->screens().page(chamber);
+    if (!page) return nullptr;
+    if (pageWidget_ && pageWidget_->chamber() != chamber) {
         mdi_->removeSubWindow(page_);
         page_->deleteLater();
         page_ = nullptr;
-        chamberView_ = nullptr;
+        pageWidget_ = nullptr;
     }
-    if (!chamberView_) {
-        chamberView_ = new ChamberView(chamber);
-        page_ = mdi_->addSubWindow(chamberView_);
-        page_->setObjectName(QStringLiteral("frmChamber%1").arg(chamber));
-        page_->setWindowTitle(QStringLiteral("Chamber %1").arg(chamber));
+    if (!pageWidget_) {
+        pageWidget_ = new ChamberPageWidget(*page);
+        page_ = mdi_->addSubWindow(pageWidget_);
+        page_->setObjectName(QStringLiteral("frmQEL2000_%1").arg(chamber));
+        page_->setWindowTitle(QStringLiteral("[%1] %2").arg(chamber).arg(ChamberName[chamber - 1]));
+        page->openForm = [this](PageForm form, const QString&) { openPageForm(form); };
     }
+    return pageWidget_;
+}
+
+void MainWindow::showPage(int chamber) {
+    ChamberPageWidget* widget = pageWidget(chamber);
     StatusPanel2 = QString::number(chamber);
+    if (!widget) {
+        refresh();
+        return;
+    }
+    // The channel frame on display is the one the keys go to (panel 3);
+    // the view of all channels has no keys of its own.
+    ChamberPage& page = widget->page();
+    const int c = chamber - 1;
+    if (page::LayoutOf(ChamberModel[c]) == page::Layout::Family && ChannelCountOf(ChamberModel[c]) > 1 &&
+        !page.controls().get(QStringLiteral("Full_Channel")).visible)
+        page.ShowChannelFrame(std::clamp(static_cast<int>(Val(StatusPanel3)), 1, 3));
     page_->showMaximized();
     mdi_->setActiveSubWindow(page_);
     refresh();
+}
+
+// The page's modal forms come with later versions; until then the poll the
+// page stopped for them starts again at once.
+void MainWindow::openPageForm(PageForm) {
+    QMessageBox::information(this, QStringLiteral("QEL Station"),
+                             QStringLiteral("This screen is not part of this version of the station yet."));
+    EnableReadComm(true);
 }
 
 bool MainWindow::openModal(FrameForm form) {

@@ -19,8 +19,8 @@ class QToolBar;
 
 namespace qel {
 
-class LineView;
-class ChamberView;
+class OverviewWidget;
+class ChamberPageWidget;
 
 class MainWindow : public QMainWindow, public FrameHost {
     Q_OBJECT
@@ -35,7 +35,7 @@ public:
     // What was wrong with the settings, in the status bar beside the three
     // panels (all of it in the tool tip); nothing shows when all is well.
     void showProblems(const QStringList& problems);
-    // The texts the screen on display shows, one object per chamber row of
+    // The texts the screen on display shows, one object per chamber cell of
     // the overview, or per channel of the page: {"Chamber", "Shown": [...]}.
     QList<QJsonObject> shownRows() const;
 
@@ -53,6 +53,10 @@ protected:
 
 private:
     void refresh();
+    void refreshPanels();
+    // The page of a chamber as the operator sees it: made at its first showing.
+    ChamberPageWidget* pageWidget(int chamber);
+    void openPageForm(PageForm form);
 
     QtOperator op_;
     MainFrame* frame_;
@@ -62,9 +66,9 @@ private:
     std::array<QLabel*, 3> panels_{};
     QLabel* problems_ = nullptr;
     QMdiSubWindow* overview_ = nullptr;
-    LineView* lineView_ = nullptr;
+    OverviewWidget* overviewWidget_ = nullptr;
     QMdiSubWindow* page_ = nullptr;
-    ChamberView* chamberView_ = nullptr;
+    ChamberPageWidget* pageWidget_ = nullptr;
     std::function<void(const QString&)> previousBox_;
 };
 

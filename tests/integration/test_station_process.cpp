@@ -7,7 +7,9 @@
 #include "state.h"
 
 #include <QAction>
-#include <QComboBox>
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
 #include <QFile>
 #include <QPushButton>
 #include <QtCore/qtestsupport_core.h>
@@ -23,11 +25,11 @@ const QString kStation = QStringLiteral(QELSTATION_PATH);
 const QList<SimChamber> kTwo = {{1, "QEL2000"}, {2, "QEL2100"}};
 
 // Frozen registers: chamber 1 in a program run with PV -20.0, SP 30.0 and an
-// end date of 2024-05-06 07:08; chamber 2 stopped with PV 25.3 and -1.0.
+// end date of 2024-05-06 07:08; chamber 2 stopped with PV 25.3 and -1.0, SP of channel 2 45.5.
 const QStringList kServed = {"--frozen", "--no-noise", "--set", "1:0x0004:1", "--set", "1:0x0009:-200",
                              "--set", "1:0x000B:300", "--set", "1:0x039C:2024", "--set", "1:0x039D:5",
                              "--set", "1:0x039E:6", "--set", "1:0x039F:7", "--set", "1:0x03A0:8",
-                             "--set", "2:0x0009:253", "--set", "2:0x000A:-10"};
+                             "--set", "2:0x0009:253", "--set", "2:0x000A:-10", "--set", "2:0x000C:455"};
 
 // SIGTERM: a clean exit, and the end line once and last in the error log.
 void ExpectOrderlyEnd(ChildProcess& station, SimLine& line) {
@@ -50,46 +52,106 @@ class StationLine : public ::testing::TestWithParam<const char*> {};
 
 }  // namespace
 
-// The station with a window polls by itself and shows served values and state words.
+// Reads the window's --json lines into the latest texts per chamber until `done`.
+bool ReadShown(ChildProcess& station, QMap<int, QStringList>& shown, const std::function<bool()>& done) {
+    return ReadUntil(station, [&](const QJsonObject& o) {
+        shown[o["Chamber"].toInt()] = o["Shown"].toVariant().toStringList();
+        return done();
+    });
+}
+
+// Answers the next message box of this process with `button` once it shows.
+void AnswerNextBox(QMessageBox::StandardButton button) {
+    auto* timer = new QTimer;
+    QObject::connect(timer, &QTimer::timeout, [timer, button] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box || !box->button(button)) return;
+        timer->stop();
+        timer->deleteLater();
+        box->button(button)->click();
+    });
+    timer->start(20);
+}
+
+// The station with a window polls by itself: the overview cells show what the simulator serves,
+// a chamber that stops answering turns to the lost display and comes back with its values.
 TEST_P(StationLine, WindowPollsAndShowsWhatTheSimulatorServes) {
     SimLine line;
     ASSERT_TRUE(line.start(GetParam(), kTwo, kServed)) << line.sim.stderrText().toStdString();
     ChildProcess station;  // on the platform of this test (offscreen unless set)
     ASSERT_TRUE(station.start(kStation, {"--app-dir", line.folder(), "--json"}));
-    // Overview rows: No, Name, Model, State, CH1 PV, CH1 SP, CH2 PV, CH2 SP, Failures.
-    QMap<int, QStringList> row;
-    ASSERT_TRUE(ReadUntil(station, [&](const QJsonObject& o) {
-        row[o["Chamber"].toInt()] = o["Shown"].toVariant().toStringList();
-        return row[1].value(4, "-.-") != "-.-" && row[2].value(4, "-.-") != "-.-";
-    }));
-    EXPECT_EQ(row[1].mid(2, 4), (QStringList{"QEL2000", "PROGRAM RUN", "-20.0", "30.0"}));
-    EXPECT_EQ((QStringList{row[2].value(3), row[2].value(4), row[2].value(6)}), (QStringList{"STOP", "25.3", "-1.0"}));
+    // A cell: its name, then per channel its row label (none on a one-channel cell), PV, SP, MV.
+    const QStringList one = {"  [Sim 1]", "-20.0", "30.0", "0.0"};
+    const QStringList two = {"  [Sim 2]", "[CH1]", "25.3", "25.0", "0.0", "[CH2]", "-1.0", "45.5", "0.0"};
+    const QStringList lost = {"  [Sim 2]", "[CH1]", "-.-", "-.-", "-.-", "[CH2]", "-.-", "-.-", "-.-"};
+    QMap<int, QStringList> shown;
+    ASSERT_TRUE(ReadShown(station, shown, [&] { return shown[1] == one && shown[2] == two; }))
+        << shown[1].join('|').toStdString() << " / " << shown[2].join('|').toStdString();
     EXPECT_GT(line.requests(1), 0);  // seen on the simulator's side too
+    ASSERT_FALSE(line.command("stop 2").isNull());
+    ASSERT_TRUE(ReadShown(station, shown, [&] { return shown[2] == lost; })) << shown[2].join('|').toStdString();
+    EXPECT_EQ(shown[1], one);  // the healthy chamber goes on
+    ASSERT_FALSE(line.command("start 2").isNull());
+    EXPECT_TRUE(ReadShown(station, shown, [&] { return shown[2] == two; }));
     ExpectOrderlyEnd(station, line);
 }
 
-// A settings problem stands in the window's status bar.
-TEST_F(GuiStation, ASettingsProblemStandsInTheStatusBar) {
+// A line of one chamber opens on its page: the state word with the name, the values, and the
+// communication error when the chamber stops answering.
+TEST_P(StationLine, WindowOfOneChamberShowsItsPage) {
+    SimLine line;
+    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2000"}}, kServed.mid(0, 8))) << line.sim.stderrText().toStdString();
+    ASSERT_TRUE(qel::WriteProfileString("Set", "MAX_CHAMBER_NO", "1", line.folder() + "/SetUserTag.ini"));
+    ChildProcess station;
+    ASSERT_TRUE(station.start(kStation, {"--app-dir", line.folder(), "--json"}));
+    // The page: state caption, PV, SP, MV, unit of the channel on display.
+    QMap<int, QStringList> shown;
+    ASSERT_TRUE(ReadShown(station, shown, [&] { return shown[1].value(1) == "-20.0"; }));
+    EXPECT_EQ(shown[1].mid(0, 4), (QStringList{"  [Sim 1]  PROGRAM RUN", "-20.0", "30.0", "0.0"}));
+    ASSERT_FALSE(line.command("stop 1").isNull());
+    ASSERT_TRUE(ReadShown(station, shown, [&] { return shown[1].value(1) == "-.-"; }));
+    EXPECT_EQ(shown[1].mid(0, 4), (QStringList{"  [Sim 1]  COMM ERROR", "-.-", "-.-", "-.-"}));
+    ExpectOrderlyEnd(station, line);
+}
+
+// A settings problem stands in the window's status bar; the keys of the page on display reach the
+// controller of the channel chosen, after the operator's OK, and a Cancel sends nothing.
+TEST_F(GuiStation, SettingsProblemAndPageKeys) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}})) << line.sim.stderrText().toStdString();
     ASSERT_TRUE(qel::WriteProfileString("CommSet", "Parity", "7", line.folder() + "/SetComm.ini"));
+    ASSERT_TRUE(qel::WriteProfileString("Set", "MAX_CHAMBER_NO", "1", line.folder() + "/SetUserTag.ini"));
     qel::AppPath = line.folder() + "/";
     window = std::make_unique<qel::MainWindow>();
     window->frame().load();
+    window->show();
     auto* problems = window->findChild<QLabel*>("settingsProblems");
     ASSERT_NE(problems, nullptr);
     EXPECT_TRUE(problems->text().startsWith("Parity \"7\" in SetComm.ini")) << problems->text().toStdString();
 
-    // After toolbar key 2 the page shows channel 1 (panel 3) and its choice follows: a key goes there.
-    auto* channel = window->findChild<QComboBox*>("channel");
-    ASSERT_NE(channel, nullptr);
-    channel->setCurrentIndex(1);
-    emit channel->activated(1);
-    window->findChild<QAction*>("button2")->trigger();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return channel->currentIndex() == 0; }, 5000));
-    window->findChild<QPushButton*>("RUN")->click();
+    // The page of the one chamber opens on the view of both channels; its key leads to channel 1.
+    auto key = [&](const char* name) { return window->findChild<QPushButton*>(name); };
+    ASSERT_NE(key("Full_Ch(1)"), nullptr);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return key("Full_Ch(1)")->isVisible(); }, 5000));
+    key("Full_Ch(1)")->click();
+    EXPECT_EQ(qel::StatusPanel3, "1");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return key("RUN_Stop_Key2000(1)")->isChecked(); }, 5000));  // it stands
+    AnswerNextBox(QMessageBox::Ok);
+    key("RUN_Stop_Key2000(1)")->click();
     EXPECT_TRUE(QTest::qWaitFor([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
-    EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);  // channel 2 stays stopped
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !key("RUN_Stop_Key2000(1)")->isChecked(); }, 5000));
+
+    // Channel 2: Cancel in the run box, and the channel stays stopped.
+    key("Change_Ch2(1)")->click();
+    EXPECT_EQ(qel::StatusPanel3, "2");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return key("RUN_Stop_Key2000(2)")->isVisible(); }, 5000));
+    const int before = line.requests(1);
+    AnswerNextBox(QMessageBox::Cancel);
+    key("RUN_Stop_Key2000(2)")->click();
+    QTest::qWait(1000);
+    EXPECT_GT(line.requests(1), before);  // the poll went on
+    EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);
+    EXPECT_TRUE(key("RUN_Stop_Key2000(2)")->isChecked());  // the key shows the stopped channel still
 }
 
 // Chamber 1 misbehaves at random (late among the draws): no record holds a value that was not

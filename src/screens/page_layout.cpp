@@ -1,0 +1,59 @@
+#include "page_layout.h"
+
+#include "controls.h"
+
+namespace qel::page {
+
+namespace {
+QString Suffix(Layout layout) {
+    switch (layout) {
+        case Layout::Family:
+            return QStringLiteral("2000");
+        case Layout::L2200:
+            return QStringLiteral("2200");
+        case Layout::L2300:
+            return QStringLiteral("2300");
+        case Layout::None:
+            break;
+    }
+    return QString();
+}
+}  // namespace
+
+Layout LayoutOf(const QString& model) {
+    if (model == u"QEL2000" || model == u"QEL2100" || model == u"QEL2400") return Layout::Family;
+    if (model == u"QEL2200") return Layout::L2200;
+    if (model == u"QEL2300") return Layout::L2300;
+    return Layout::None;
+}
+
+int ChannelsOf(Layout layout) {
+    switch (layout) {
+        case Layout::Family:
+        case Layout::L2300:
+            return 3;
+        case Layout::L2200:
+            return 2;
+        case Layout::None:
+            break;
+    }
+    return 0;
+}
+
+QString Name(Layout layout, const QString& base, int ch) {
+    return layout == Layout::Family ? Indexed(base + Suffix(layout), ch) : base + Suffix(layout);
+}
+
+QString ValueName(Layout layout, const QString& base, int ch) { return Indexed(base + Suffix(layout), ch); }
+
+QString LampSetName(Layout layout, int set) {
+    if (layout == Layout::Family) {
+        static const char* const kSets[3] = {"Status_Lamp2000", "Status_Lamp2100", "Status_Lamp2400"};
+        return QString::fromLatin1(kSets[(set >= 1 && set <= 3 ? set : 1) - 1]);
+    }
+    return QStringLiteral("Status_Lamp") + Suffix(layout);
+}
+
+QString PageLogName(int chamber, const QString& tail) { return QStringLiteral("frmChamber%1").arg(chamber) + tail; }
+
+}  // namespace qel::page
