@@ -14,6 +14,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMessageBox>
+#include <QScreen>
 #include <QTimer>
 #include <cstdio>
 #include <memory>
@@ -130,7 +131,9 @@ int RunWindowed(QApplication& app, const Options& o) {
         window->frame().load();
         window->caption();
         window->op().setProgressBar(nullptr);
-        window->show();
+        // The whole screen, also where no window manager maximizes it.
+        if (QScreen* screen = QGuiApplication::primaryScreen()) window->setGeometry(screen->availableGeometry());
+        window->showMaximized();
         splash.close();
     });
     EndOnSignal onSignal(finish);

@@ -1,32 +1,62 @@
 #!/usr/bin/env bash
-# Takes the README's pictures from the real station under Xvfb, against a
-# demo line of qelsim: the overview of the line, and the page of a line of
-# one chamber. Saved into docs/screenshots/.
+# Takes the README's pictures under Xvfb at 1920x1080: the real station
+# against lines of qelsim chambers (overview screens of 4, 9, 16, 25 and 30
+# chambers, the page of a line of one chamber), and a page of each model
+# filled from a record (the widget test that draws them). Saved into
+# docs/screenshots/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$(nproc)" --target qelsim qelstation
-mkdir -p docs/screenshots
+cmake --build build -j"$(nproc)" --target qelsim qelstation test_model_pages
+out="$PWD/docs/screenshots"
+mkdir -p "$out"
 work="$(mktemp -d)"
 trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
+screen="-screen 0 1920x1080x24"
 
-# shot NAME MAX_CHAMBER_NO: the station on the demo line, 30 ticks, then a picture.
+# shot NAME CHAMBERS: the station on a line of CHAMBERS simulated chambers
+# (QEL2000 and QEL2100 in turn, every third one running), 30 ticks, then a picture.
 shot() {
   local name="$1" chambers="$2" app="$work/$1" port=$((21000 + RANDOM % 5000))
   mkdir -p "$app"
   cp data/app/*.ini data/app/*.xml "$app/"
+  python3 - "$app/SetUserTag.ini" "$chambers" <<'PY'
+import sys
+path, n = sys.argv[1], int(sys.argv[2])
+text = open(path, 'rb').read().decode('cp949')
+lines = []
+section = ''
+for line in text.split('\r\n'):
+    if line.startswith('['):
+        section = line
+    key, eq, value = line.partition('=')
+    if section == '[Set]' and key == 'MAX_CHAMBER_NO':
+        line = f'MAX_CHAMBER_NO={n}'
+    elif section == '[Set]' and key.startswith('Chamber '):
+        c = int(key.split()[1])
+        line = f'{key}={c if c <= n else 0}'
+    elif section == '[Model]' and eq:
+        line = f'{key}=QEL2{"1" if int(key) % 2 == 0 else "0"}00/'
+    lines.append(line)
+open(path, 'wb').write('\r\n'.join(lines).encode('cp949'))
+PY
   sed -i "s|^RemotePort=.*|RemotePort=$port\r|" "$app/SetComm.ini"
-  sed -i "s|^MAX_CHAMBER_NO=.*|MAX_CHAMBER_NO=$chambers\r|" "$app/SetUserTag.ini"
-  build/sim/qelsim --demo --tcp --host-base 127.0.0.11 --port "$port" > "$app/qelsim.out" 2>&1 &
+  local args=(--tcp --host-base 127.0.0.11 --port "$port")
+  for c in $(seq "$chambers"); do
+    args+=(--chamber "$c:QEL2$([ $((c % 2)) = 0 ] && echo 1 || echo 0)00")
+    [ $((c % 3)) = 1 ] && args+=(--run "$c")
+  done
+  build/sim/qelsim "${args[@]}" > "$app/qelsim.out" 2>&1 &
   local sim=$!
   for _ in $(seq 50); do grep -q '^ready' "$app/qelsim.out" && break; sleep 0.1; done
-  QT_QPA_PLATFORM=xcb xvfb-run -a -s "-screen 0 1280x800x24" \
-    build/app/qelstation --app-dir "$app" --cycles 30 --screenshot "$PWD/docs/screenshots/$name.png"
+  QT_QPA_PLATFORM=xcb xvfb-run -a -s "$screen" \
+    build/app/qelstation --app-dir "$app" --cycles "$(( chambers > 4 ? 4 : 30 ))" --screenshot "$out/$name.png"
   kill "$sim" 2>/dev/null || true
   wait "$sim" 2>/dev/null || true
 }
 
-shot main-frame-overview 4
-shot main-frame-page 1
-echo "screenshots: docs/screenshots/main-frame-overview.png docs/screenshots/main-frame-page.png"
+for n in 4 9 16 25 30; do shot "overview-$n" "$n"; done
+shot page-live-qel2000 1
+QEL_SCREENSHOT_DIR="$out" QT_QPA_PLATFORM=xcb xvfb-run -a -s "$screen" build/tests/ui/test_model_pages >/dev/null
+ls "$out"

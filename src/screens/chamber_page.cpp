@@ -126,6 +126,15 @@ void ChamberPage::SetPageCaptions() {
 }
 
 void ChamberPage::Dis_Screens() {
+    try {
+        ReadLampSelect(chamber_);  // logs its own failure; what it read stays
+        LayOutFrames();
+    } catch (const RuntimeError& e) {
+        ErrorTail(e.description(), u"modFunc.Dis_Screens_Err"_s);
+    }
+}
+
+void ChamberPage::LayOutFrames() {
     ControlSet& set = controls();
     const int c = ChamberIndex(chamber_);
     const QString& model = ChamberModel[c];
@@ -258,26 +267,9 @@ void ChamberPage::PrintValues(Layout layout, int ch) {
     const ChamberRec& r = Chamber[ChamberIndex(chamber_)];
     const int k = ch - 1;
     const QString pv = ValueName(layout, u"PV"_s, ch);
-    const int stat = r.PVStat[k];
-    if (stat & 2) {
-        set.setCaption(pv, u"B.OUT"_s);
-        set.setFore(pv, colors::kYellow);
-    } else if (stat & 8) {
-        set.setCaption(pv, u"+OVER"_s);
-        set.setFore(pv, colors::kRed);
-    } else if (stat & 16) {
-        // The humidity channel of a QEL2200 shows its lower limit as dashes.
-        const bool dashes = layout == Layout::L2200 && ch == 2;
-        set.setCaption(pv, dashes ? u"----"_s : u"-OVER"_s);
-        set.setFore(pv, dashes ? colors::kCyan : colors::kBlue);
-    } else if (layout == Layout::L2200 && ch == 2 && (r.PVStat[0] & 2)) {
-        // Humidity cannot be measured without the temperature sensor.
-        set.setCaption(pv, u"----"_s);
-        set.setFore(pv, colors::kCyan);
-    } else {
-        set.setCaption(pv, ScreenValue(r.PV[k], r.DP[k]));
-        set.setFore(pv, colors::kWhite);
-    }
+    const ShownValue v = PVLook(r, ch, r.DP[k], layout == Layout::L2200 && ch == 2);
+    set.setCaption(pv, v.text);
+    set.setFore(pv, v.fore);
     const bool target = layout != Layout::L2300 && GraphInfo[static_cast<size_t>(chamber_)].CurrentOrTargetSP != 0;
     set.setCaption(ValueName(layout, u"SP"_s, ch), ScreenValue(target ? r.TSP[k] : r.SP[k], r.DP[k]));
     set.setCaption(ValueName(layout, u"MV"_s, ch), Format(r.MV[k], QString::fromLatin1(kMvPicture)));

@@ -82,8 +82,9 @@ public:
     void load();
     // The fixed labels from the QELForm table, each with two blanks behind.
     void SetPageCaptions();
-    // The layout of the chamber's model, and the lamp field from its lamp
-    // table. A model outside the five leaves the frames as they are.
+    // The chamber's lamp tables read again, the layout of its model, and the
+    // lamp field from the tables. A model outside the five leaves the frames
+    // as they are.
     void Dis_Screens();
 
     // The refresh of the poll walk's page column: ReadComm_QEL2000 with the
@@ -117,6 +118,7 @@ public:
     std::function<void(PageForm form, const QString& argument)> openForm;
 
 private:
+    void LayOutFrames();
     void LayOutLamps(page::Layout layout);
     // The lost or unused chamber; true when it was painted so.
     bool Dead(page::Layout layout);

@@ -129,28 +129,10 @@ void OverviewScreen::SetOverviewCells(int first, int last) {
 }
 
 void OverviewScreen::PrintPV(int chamber, int channel, const QString& dp, bool humidityRule) {
-    const ChamberRec& r = Chamber[ChamberIndex(chamber)];
-    const int stat = r.PVStat[static_cast<size_t>(channel - 1)];
-    QString text = ScreenValue(r.PV[static_cast<size_t>(channel - 1)], dp);
-    Color fore = colors::kWhite;
-    if (stat & 2) {
-        text = u"B.OUT"_s;
-        fore = colors::kYellow;
-    } else if (stat & 8) {
-        text = u"+OVER"_s;
-        fore = colors::kRed;
-    } else if (stat & 16) {
-        // The humidity channel of a QEL2200 shows its lower limit as dashes.
-        text = humidityRule ? u"----"_s : u"-OVER"_s;
-        fore = humidityRule ? colors::kCyan : colors::kBlue;
-    } else if (humidityRule && (r.PVStat[0] & 2)) {
-        // Humidity cannot be measured without the temperature sensor.
-        text = u"----"_s;
-        fore = colors::kCyan;
-    }
+    const ShownValue v = PVLook(Chamber[ChamberIndex(chamber)], channel, dp, humidityRule);
     const QString label = Cell(u"PV_CH3_"_s, channel, chamber);
-    controls_.setCaption(label, text);
-    controls_.setFore(label, fore);
+    controls_.setCaption(label, v.text);
+    controls_.setFore(label, v.fore);
 }
 
 void OverviewScreen::ReadComm(int16_t& chamber) {

@@ -21,6 +21,17 @@ QString ScreenValue(double value, const QString& dp) {
     return places.isEmpty() ? NumberText(value) : Format(value, QStringLiteral("###0.") + places);
 }
 
+ShownValue PVLook(const ChamberRec& r, int channel, const QString& dp, bool humidityRule) {
+    const int k = ChannelIndex(channel);
+    const int stat = r.PVStat[k];
+    if (stat & 2) return {QStringLiteral("B.OUT"), colors::kYellow};
+    if (stat & 8) return {QStringLiteral("+OVER"), colors::kRed};
+    if (stat & 16) return humidityRule ? ShownValue{QStringLiteral("----"), colors::kCyan}
+                                       : ShownValue{QStringLiteral("-OVER"), colors::kBlue};
+    if (humidityRule && (r.PVStat[0] & 2)) return {QStringLiteral("----"), colors::kCyan};
+    return {ScreenValue(r.PV[k], dp), colors::kWhite};
+}
+
 QString DeadWord(int chamber) {
     const int i = ChamberIndex(chamber);
     if (Val(ChamberUse[i]) == 0) return QStringLiteral("OFF");
@@ -36,13 +47,10 @@ QString ValueText(int chamber, int channel, double value) {
 
 QString PVText(int chamber, int channel) {
     const ChamberRec& r = Chamber[ChamberIndex(chamber)];
-    const int k = ChannelIndex(channel);
-    if (DeadWord(chamber).isEmpty()) {
-        if (r.PVStat[k] & 2) return QStringLiteral("B.OUT");
-        if (r.PVStat[k] & 8) return QStringLiteral("+OVER");
-        if (r.PVStat[k] & 16) return QStringLiteral("-OVER");
-    }
-    return ValueText(chamber, channel, r.PV[k]);
+    if (!DeadWord(chamber).isEmpty()) return QStringLiteral("-.-");
+    const ShownValue v = PVLook(r, channel, r.DP[ChannelIndex(channel)], false);
+    // Without places the headless table still prints the value as the channel keeps it.
+    return v.fore == colors::kWhite ? ValueText(chamber, channel, r.PV[ChannelIndex(channel)]) : v.text;
 }
 
 int StateKey(int status, int fixMode) {

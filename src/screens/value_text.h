@@ -1,6 +1,9 @@
 // How a channel's values read on the screens.
 #pragma once
 
+#include "controls.h"
+#include "state.h"
+
 #include <QString>
 
 namespace qel {
@@ -9,6 +12,17 @@ namespace qel {
 // the decimal places `dp` ("", "0", "00") are empty after trimming, else
 // Format(value, "###0." & dp).
 QString ScreenValue(double value, const QString& dp);
+
+// A process value as the pages and cells print it, first match wins: input
+// status bit 2 "B.OUT" in yellow, 8 "+OVER" in red, 16 "-OVER" in blue,
+// else the value with `dp` in white. With `humidityRule` (the second channel
+// of a QEL2200) bit 16 prints "----" in cyan, and so does a sensor break of
+// the first channel: humidity cannot be measured without its temperature.
+struct ShownValue {
+    QString text;
+    Color fore;
+};
+ShownValue PVLook(const ChamberRec& r, int channel, const QString& dp, bool humidityRule);
 
 // The page's and cell's output picture: every channel, every model.
 inline constexpr const char* kMvPicture = "###0.0";

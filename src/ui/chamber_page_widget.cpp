@@ -256,6 +256,34 @@ QFrame* ChamberPageWidget::buildChannelFrame(QWidget* parent, int ch, const QStr
     return f;
 }
 
+// PV with its unit, SP and MV of one channel, from `row` of `grid` down.
+void ChamberPageWidget::valueGrid(QWidget* g, QGridLayout* grid, const QString& model, int ch, int row,
+                                  bool spClickable) {
+    auto n = [&](const char* base) { return Indexed(QString::fromLatin1(base) + model, ch); };
+    grid->addWidget(label(g, n("lbl_PV"), Role::Caption), row, 0);
+    grid->addWidget(label(g, n("PV"), Role::PV), row, 1);
+    grid->addWidget(label(g, n("UNIT"), Role::Unit, true), row, 2);
+    grid->addWidget(label(g, n("lbl_SP"), Role::Caption), row + 1, 0);
+    grid->addWidget(label(g, n("SP"), Role::Big, spClickable), row + 1, 1, 1, 2);
+    grid->addWidget(label(g, n("lbl_MV"), Role::Caption), row + 2, 0);
+    grid->addWidget(label(g, n("MV"), Role::Big), row + 2, 1, 1, 2);
+    grid->setColumnStretch(1, 1);
+    grid->setRowStretch(row, 2);
+    grid->setRowStretch(row + 1, 1);
+    grid->setRowStretch(row + 2, 1);
+}
+
+// The keys of a one-frame layout and its lamp field. Its lamp selection key
+// is the same control as the one of channel 1.
+void ChamberPageWidget::keysAndLamps(QFrame* f, QVBoxLayout* v, const QString& model) {
+    v->addWidget(keyRow(f, model, QString()));
+    auto* more = new QHBoxLayout;
+    more->addStretch(1);
+    more->addWidget(key(f, QStringLiteral("Status_Lamp_ONOFF(1)"), Role::Key));
+    v->addLayout(more);
+    v->addWidget(lampArea(f, QStringLiteral("Status_Lamp") + model), 4);
+}
+
 QFrame* ChamberPageWidget::buildQel2200(QWidget* parent) {
     QFrame* f = frame(parent, QStringLiteral("QEL2200"));
     auto* v = new QVBoxLayout(f);
@@ -264,19 +292,7 @@ QFrame* ChamberPageWidget::buildQel2200(QWidget* parent) {
     auto* channels = new QHBoxLayout;
     for (int ch = 1; ch <= 2; ++ch) {
         QFrame* g = frame(f, QString(), "group");
-        auto n = [ch](const char* base) { return Indexed(QString::fromLatin1(base) + QStringLiteral("2200"), ch); };
-        auto* grid = new QGridLayout(g);
-        grid->addWidget(label(g, n("lbl_PV"), Role::Caption), 0, 0);
-        grid->addWidget(label(g, n("PV"), Role::PV), 0, 1);
-        grid->addWidget(label(g, n("UNIT"), Role::Unit, true), 0, 2);
-        grid->addWidget(label(g, n("lbl_SP"), Role::Caption), 1, 0);
-        grid->addWidget(label(g, n("SP"), Role::Big, true), 1, 1, 1, 2);
-        grid->addWidget(label(g, n("lbl_MV"), Role::Caption), 2, 0);
-        grid->addWidget(label(g, n("MV"), Role::Big), 2, 1, 1, 2);
-        grid->setColumnStretch(1, 1);
-        grid->setRowStretch(0, 2);
-        grid->setRowStretch(1, 1);
-        grid->setRowStretch(2, 1);
+        valueGrid(g, new QGridLayout(g), QStringLiteral("2200"), ch, 0, true);
         channels->addWidget(g);
     }
     v->addLayout(channels, 3);
@@ -288,14 +304,7 @@ QFrame* ChamberPageWidget::buildQel2200(QWidget* parent) {
     info->addWidget(label(f, QStringLiteral("Operation2200"), Role::Value, true), 4, 1);
     info->addWidget(label(f, QStringLiteral("lblFileName2200"), Role::Value), 4, 2, 1, 2);
 
-    v->addWidget(keyRow(f, QStringLiteral("2200"), QString()));
-    auto* more = new QHBoxLayout;
-    more->addStretch(1);
-    // The lamp selection key of this layout is the same control as the one
-    // of channel 1.
-    more->addWidget(key(f, QStringLiteral("Status_Lamp_ONOFF(1)"), Role::Key));
-    v->addLayout(more);
-    v->addWidget(lampArea(f, QStringLiteral("Status_Lamp2200")), 4);
+    keysAndLamps(f, v, QStringLiteral("2200"));
     return f;
 }
 
@@ -308,20 +317,9 @@ QFrame* ChamberPageWidget::buildQel2300(QWidget* parent) {
     for (const auto& room : kRooms) {
         QFrame* g = frame(f, Indexed(QStringLiteral("Frame36"), room.frame), "group");
         const int ch = room.channel;
-        auto n = [ch](const char* base) { return Indexed(QString::fromLatin1(base) + QStringLiteral("2300"), ch); };
         auto* grid = new QGridLayout(g);
         grid->addWidget(label(g, Indexed(QStringLiteral("lbl_Room2300"), room.frame), Role::Value), 0, 0, 1, 3);
-        grid->addWidget(label(g, n("lbl_PV"), Role::Caption), 1, 0);
-        grid->addWidget(label(g, n("PV"), Role::PV), 1, 1);
-        grid->addWidget(label(g, n("UNIT"), Role::Unit, true), 1, 2);
-        grid->addWidget(label(g, n("lbl_SP"), Role::Caption), 2, 0);
-        grid->addWidget(label(g, n("SP"), Role::Big), 2, 1, 1, 2);
-        grid->addWidget(label(g, n("lbl_MV"), Role::Caption), 3, 0);
-        grid->addWidget(label(g, n("MV"), Role::Big), 3, 1, 1, 2);
-        grid->setColumnStretch(1, 1);
-        grid->setRowStretch(1, 2);
-        grid->setRowStretch(2, 1);
-        grid->setRowStretch(3, 1);
+        valueGrid(g, grid, QStringLiteral("2300"), ch, 1, false);
         rooms->addWidget(g);
     }
     v->addLayout(rooms, 3);
@@ -331,12 +329,7 @@ QFrame* ChamberPageWidget::buildQel2300(QWidget* parent) {
     infoGrid(info, 0, QStringLiteral("2300"), QString(), false);
     info->addWidget(label(f, QStringLiteral("lblFileName2300"), Role::Value), 3, 0, 1, 2);
 
-    v->addWidget(keyRow(f, QStringLiteral("2300"), QString()));
-    auto* more = new QHBoxLayout;
-    more->addStretch(1);
-    more->addWidget(key(f, QStringLiteral("Status_Lamp_ONOFF(1)"), Role::Key));
-    v->addLayout(more);
-    v->addWidget(lampArea(f, QStringLiteral("Status_Lamp2300")), 4);
+    keysAndLamps(f, v, QStringLiteral("2300"));
     return f;
 }
 

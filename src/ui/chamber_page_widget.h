@@ -21,6 +21,7 @@
 
 class QFrame;
 class QGridLayout;
+class QVBoxLayout;
 class QTableWidget;
 class QTimer;
 
@@ -62,6 +63,8 @@ private:
     QWidget* lampArea(QWidget* parent, const QString& prefix);
     void infoGrid(QGridLayout* grid, int row, const QString& model, const QString& index, bool withSegRpt);
     QWidget* keyRow(QWidget* parent, const QString& model, const QString& index);
+    void valueGrid(QWidget* g, QGridLayout* grid, const QString& model, int ch, int row, bool spClickable);
+    void keysAndLamps(QFrame* f, QVBoxLayout* v, const QString& model);
 
     QFrame* buildChannelFrame(QWidget* parent, int ch, const QString& frameName, const QString& lamps);
     QFrame* buildQel2200(QWidget* parent);

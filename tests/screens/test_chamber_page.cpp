@@ -9,6 +9,7 @@
 #include "language.h"
 #include "link.h"
 #include "page_controls.h"
+#include "profile.h"
 #include "settings_state.h"
 #include "state.h"
 #include "station_hooks.h"
@@ -111,6 +112,10 @@ TEST_F(Page, StatusDecidesWordKeysAndTimes) {
     rec().Status[0] = 1;
     page->refresh();
     EXPECT_FALSE(at("RUN_Stop_Key2000(1)").visible);
+    // Without its language entries the page has no word of its own to show.
+    ClearLanguageTables();
+    page->refresh();
+    EXPECT_EQ(text("lbl_Chamber_Name2000(1)"), "  [Oven]  ");
 }
 
 // Guards the input-status words and colours, the decimal places and the
@@ -258,10 +263,13 @@ TEST_F(Page, LayoutAndLampFieldByModel) {
         EXPECT_EQ(at("Full_Channel").visible, r.full);
     }
     // Selected entries 2 and 5 of channel 2's table become lamps 1 and 2.
+    // The tables come from the lamp files each time the layout is made.
     ChamberModel[0] = "QEL2100";
-    for (int i = 1; i <= 105; ++i) Log[0].Lamp2000[1][i] = QString("L%1=0").arg(i);
-    Log[0].Lamp2000[1][2] = "IS 2=1";
-    Log[0].Lamp2000[1][5] = "IS 5=1";
+    for (const char* file : {"SetLamp_2000.ini", "SetLamp_2100.ini"})
+        for (int i = 1; i <= 105; ++i)
+            ASSERT_TRUE(WriteProfileString("QEL2100_1", QString("Lamp %1").arg(i, 2, 10, QChar('0')),
+                                           i == 2 || i == 5 ? QString("IS %1=1/").arg(i) : QString("L%1=0/").arg(i),
+                                           dir.file(file)));
     page->Dis_Screens();
     EXPECT_EQ(text("Status_Lamp2100(1)"), "IS 2");
     EXPECT_EQ(text("Status_Lamp2100(2)"), "IS 5");
