@@ -119,24 +119,6 @@ TEST_F(OverviewScreenTest, ReadCommPaintsAliveUnusedAndLostCellsAndTheMirrorsFol
     EXPECT_EQ(C(s, "SP_CH3_1(1)").caption, "55");
 }
 
-TEST_F(OverviewScreenTest, InputStatusWordsAndTheQel2200HumidityRules) {
-    const struct { const char* model; int channel; int16_t stat1, stat2; const char* text; Color fore; } rows[] = {
-        {"QEL2100", 1, 2 | 8, 0, "B.OUT", colors::kYellow}, {"QEL2100", 1, 8 | 16, 0, "+OVER", colors::kRed},
-        {"QEL2100", 1, 16, 0, "-OVER", colors::kBlue},      {"QEL2200", 1, 16, 0, "-OVER", colors::kBlue},
-        {"QEL2100", 2, 0, 16, "-OVER", colors::kBlue},      {"QEL2200", 2, 0, 16, "----", colors::kCyan},
-        {"QEL2200", 2, 2, 0, "----", colors::kCyan},        {"QEL2200", 2, 2, 8, "+OVER", colors::kRed},
-        {"QEL2100", 2, 2, 0, "7", colors::kWhite},          {"QEL2200", 2, 0, 0, "7", colors::kWhite},
-    };
-    for (const auto& r : rows) {
-        OverviewScreen s(1);
-        Chamber[0].PV = {6, 7, 8}, Chamber[0].PVStat = {r.stat1, r.stat2, 0, 0};
-        Poll(s, r.model);
-        const Control& pv = C(s, QString("PV_CH3_%1(1)").arg(r.channel));
-        EXPECT_TRUE(pv.caption == r.text && pv.fore == r.fore)
-            << r.model << " ch" << r.channel << " " << r.stat1 << "/" << r.stat2 << ": " << pv.caption.toStdString();
-    }
-}
-
 // Screen 1 prints a QEL2300's rooms 2 and 3 with the places of room 1; the
 // bigger screens keep PV's own places and put room 3's SP over room 2's.
 TEST_F(OverviewScreenTest, Qel2300DiffersBetweenScreenOneAndTheOthers) {

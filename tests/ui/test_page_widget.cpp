@@ -257,31 +257,6 @@ TEST_F(PageWidget, HistoryAppendsAboveABlankLastRow) {
     EXPECT_EQ(cell(3, 0) + cell(3, 1), "");
 }
 
-// The texts of the layout on top, per channel: state caption, PV, SP, MV,
-// unit; a hidden field gives "".
-TEST_F(PageWidget, ShownTextsFollowTheLayoutOnTop) {
-    showOnly("QEL2200");
-    set().setCaption("lbl_Chamber_Name2200", "  [Oven]  STOP");
-    for (int ch = 1; ch <= 2; ++ch)
-        for (const char* b : {"PV2200", "SP2200", "MV2200", "UNIT2200"})
-            set().setCaption(Indexed(b, ch), QStringLiteral("%1%2").arg(b).arg(ch));
-    set().setVisible("SP2200(2)", false);
-    settle();
-    const QList<QStringList> two = {{"  [Oven]  STOP", "PV22001", "SP22001", "MV22001", "UNIT22001"},
-                                    {"  [Oven]  STOP", "PV22002", "", "MV22002", "UNIT22002"}};
-    EXPECT_EQ(widget.shownTexts(), two);
-
-    showOnly("Full_Channel");
-    set().setVisible("Full_Ch(3)", false);  // a chamber of two channels
-    set().setCaption("Full_PV(2)", "25.0");
-    settle();
-    const QList<QStringList> shown = widget.shownTexts();
-    ASSERT_EQ(shown.size(), 2);
-    EXPECT_EQ(shown[1][1], "25.0");
-    showOnly("Frame10");
-    EXPECT_TRUE(widget.shownTexts().isEmpty());
-}
-
 // A 40-character name and a 12-digit value stay whole and inside their
 // fields at 1366x768, and the PV is large at 1920x1080; every key shown is
 // inside the page.
