@@ -151,7 +151,8 @@ void ChamberPage::LayOutFrames() {
     show("Frame2", model == u"QEL2000" ? zz : true);
     show("Frame3", layout == Layout::L2300 || model == u"QEL2400");
     show("Frame10", false);
-    if (layout != Layout::Family) show("frmHC", false);  // the heat-cool output is the family's
+    const bool hc = layout == Layout::Family && (model != u"QEL2000" || zz);  // the heat-cool output
+    show("frmHC", hc);
     if (layout == Layout::Family) {
         const int channels = ChannelCountOf(model);
         set.setVisible(Indexed(u"Command7"_s, 1), model != u"QEL2000");
@@ -161,8 +162,6 @@ void ChamberPage::LayOutFrames() {
                 set.setVisible(Indexed(QStringLiteral("Change_Ch%1").arg(to), ch), channels > 1 && to <= channels);
             set.setVisible(Indexed(u"Full_Ch"_s, ch), ch <= channels);
         }
-        const bool hc = model != u"QEL2000" || zz;
-        show("frmHC", hc);
         set.setVisible(Indexed(u"lblColor"_s, 6), hc || channels >= 2);
         set.setVisible(Indexed(u"ButtColor"_s, 6), hc || channels >= 2);
     }
@@ -233,7 +232,7 @@ void ChamberPage::refresh() {
 
 bool ChamberPage::Dead(Layout layout) {
     const int c = ChamberIndex(chamber_);
-    const bool unused = Val(ChamberAddress[c]) == 0 || Val(ChamberUse[c]) == 0;
+    const bool unused = !SlotInUse(chamber_);
     if (!unused && CommError[c] != -1) return false;
     ControlSet& set = controls();
     const QString caption = u"  ["_s + ChamberName[c] + u"]  "_s;
@@ -275,7 +274,29 @@ void ChamberPage::PrintValues(Layout layout, int ch) {
     set.setCaption(ValueName(layout, u"MV"_s, ch), Format(r.MV[k], QString::fromLatin1(kMvPicture)));
 }
 
-void ChamberPage::ShowKey(const QString& name, bool on) { controls().setVisible(name, on); }
+// The keys of a running channel, shown by their switches, and its times.
+void ChamberPage::RunningKeys(Layout layout, int ch, bool holding) {
+    ControlSet& set = controls();
+    const QString run = Name(layout, u"RUN_Stop_Key"_s, ch);
+    const QString hold = Name(layout, u"HOLD_Key"_s, ch);
+    set.setValue(run, false);
+    set.setVisible(run, DisbuttonStop == 1);
+    set.setVisible(Name(layout, u"STEP_Key"_s, ch), DisbuttonAdv == 1);
+    set.setValue(hold, holding);
+    set.setVisible(hold, DisbuttonHold == 1);
+    ShowTimes(layout, ch, true, true);
+}
+
+// A channel that stands: the run key to start it, no hold or step, no times.
+void ChamberPage::StoppedKeys(Layout layout, int ch) {
+    ControlSet& set = controls();
+    const QString run = Name(layout, u"RUN_Stop_Key"_s, ch);
+    set.setValue(run, true);
+    set.setVisible(run, DisbuttonRun == 1);
+    set.setVisible(Name(layout, u"HOLD_Key"_s, ch), false);
+    set.setVisible(Name(layout, u"STEP_Key"_s, ch), false);
+    ShowTimes(layout, ch, false, false);
+}
 
 void ChamberPage::ShowTimes(Layout layout, int ch, bool start, bool end) {
     ControlSet& set = controls();
@@ -308,12 +329,8 @@ bool ChamberPage::StateAndKeys(Layout layout, int ch) {
     const QString step = Name(layout, u"STEP_Key"_s, ch);
     const QString graph = Name(layout, u"PT_Graph_Key"_s, ch);
     if (IsStopState(status)) {
-        set.setValue(run, true);
-        ShowKey(run, DisbuttonRun == 1);
-        ShowKey(graph, false);
-        ShowKey(hold, false);
-        ShowKey(step, false);
-        ShowTimes(layout, ch, false, false);
+        StoppedKeys(layout, ch);
+        set.setVisible(graph, false);
         set.setCaption(Name(layout, u"Start_Time"_s, ch), QString());
         set.setCaption(Name(layout, u"End_Time"_s, ch), QString());
         return false;
@@ -321,28 +338,23 @@ bool ChamberPage::StateAndKeys(Layout layout, int ch) {
     switch (status) {
         case 1:
         case 65:
-            set.setValue(run, false);
-            ShowKey(run, DisbuttonStop == 1);
-            ShowKey(step, DisbuttonAdv == 1);
-            set.setValue(hold, false);
-            ShowKey(hold, DisbuttonHold == 1);
-            ShowKey(graph, true);  // the program run is the one state with a pattern to draw
-            ShowTimes(layout, ch, true, true);
+            RunningKeys(layout, ch, false);
+            set.setVisible(graph, true);  // the program run is the one state with a pattern to draw
             break;
         case 2:
             set.setValue(run, false);
-            ShowKey(run, DisbuttonStop == 1);
-            ShowKey(hold, false);
-            ShowKey(step, false);
-            ShowKey(graph, false);
+            set.setVisible(run, DisbuttonStop == 1);
+            set.setVisible(hold, false);
+            set.setVisible(step, false);
+            set.setVisible(graph, false);
             ShowTimes(layout, ch, true, r.EndShown[ch - 1] != 0);
             break;
         case 5:
             set.setValue(run, false);
-            ShowKey(run, DisbuttonStop == 1);
+            set.setVisible(run, DisbuttonStop == 1);
             set.setValue(hold, true);
-            ShowKey(hold, DisbuttonHold == 1);
-            ShowKey(graph, false);
+            set.setVisible(hold, DisbuttonHold == 1);
+            set.setVisible(graph, false);
             break;
         default:  // 17, 18: the word alone
             break;
@@ -440,21 +452,9 @@ bool ChamberPage::StateAndKeys2300() {
     auto exposure = [&](Color color) {
         for (const char* n : {"Frame36(3)", "SP2300(2)", "MV2300(2)"}) set.setBack(QString::fromLatin1(n), color);
     };
-    auto running = [&](bool holding) {
-        set.setValue(u"RUN_Stop_Key2300"_s, false);
-        ShowKey(u"RUN_Stop_Key2300"_s, DisbuttonStop == 1);
-        ShowKey(u"STEP_Key2300"_s, DisbuttonAdv == 1);
-        set.setValue(u"HOLD_Key2300"_s, holding);
-        ShowKey(u"HOLD_Key2300"_s, DisbuttonHold == 1);
-        ShowTimes(Layout::L2300, 1, true, true);
-    };
     if (IsStopState(status)) {
         word(pub(status == 0 ? 10 : 8));
-        set.setValue(u"RUN_Stop_Key2300"_s, true);
-        ShowKey(u"RUN_Stop_Key2300"_s, DisbuttonRun == 1);
-        ShowKey(u"HOLD_Key2300"_s, false);
-        ShowKey(u"STEP_Key2300"_s, false);
-        ShowTimes(Layout::L2300, 1, false, false);
+        StoppedKeys(Layout::L2300, 1);
         set.setVisible(u"Run_Time2300"_s, false);
         set.setVisible(u"SEG_Time2300"_s, false);
         exposure(Color::rgb(51, 153, 0));
@@ -464,7 +464,7 @@ bool ChamberPage::StateAndKeys2300() {
     set.setVisible(u"SEG_Time2300"_s, true);
     if (status == 5 || status == 69) {
         word(pub(5));
-        running(true);
+        RunningKeys(Layout::L2300, 1, true);
     } else if (status == 17) {
         word(pub(6));
     } else if ((status == 1 || status == 65) && r.Side >= 0 && r.Side <= 2) {
@@ -481,7 +481,7 @@ bool ChamberPage::StateAndKeys2300() {
             word(r.Side == 0 ? pub(11) + u' ' + pub(19) : pub(19));
         else
             word(pub(key));
-        running(false);
+        RunningKeys(Layout::L2300, 1, false);
     }
     return true;
 }

@@ -128,11 +128,12 @@ private:
     bool StateAndKeys2300();
     void PrintTimes(page::Layout layout, int ch);
     void ShowTimes(page::Layout layout, int ch, bool start, bool end);
-    void ShowKey(const QString& name, bool on);
+    void RunningKeys(page::Layout layout, int ch, bool holding);
+    void StoppedKeys(page::Layout layout, int ch);
     void ModeChecks(int ch);
     // Key handlers (page_keys.cpp).
     void RunStopKey(const QString& name, int ch);
-    void TwoStateKey(const QString& name, int ch);
+    void TwoStateKey(const QString& name);
     void SetPointClick(page::Layout layout, int ch);
     void PatternNumberClick(page::Layout layout, int ch);
     void OperationClick(int ch);

@@ -9,6 +9,7 @@
 #include "state.h"
 #include "station_hooks.h"
 #include "user_tag.h"
+#include "value_text.h"
 #include "vbtext.h"
 
 #include <QRegularExpression>
@@ -67,7 +68,7 @@ void ChamberPage::click(const QString& name) {
         if (t.base == u"RUN_Stop_Key") {
             RunStopKey(name, ch);
         } else if (t.base == u"HOLD_Key" || t.base == u"USER_Key") {
-            TwoStateKey(name, ch);
+            TwoStateKey(name);
         } else if (t.base == u"STEP_Key") {
             if (op_.confirm(u"START STEP"_s, Message(5))) SetAdvMode(chamber_);
         } else if (t.base == u"PT_Graph_Key") {
@@ -94,7 +95,7 @@ void ChamberPage::click(const QString& name) {
             UnitClick(layout, ch);
         } else if (t.base == u"Change_Ch1" || t.base == u"Change_Ch2" || t.base == u"Change_Ch3") {
             ShowChannelFrame(t.base.back().digitValue());
-        } else if (t.base == u"Full_Ch" || t.base == u"Full_Ch_CH2" || t.base == u"Full_Ch2") {
+        } else if (t.base == u"Full_Ch" || t.base == u"Full_Ch2") {
             controls().setVisible(u"Full_Channel"_s, false);
             ShowChannelFrame(ch);
         } else if (t.base == u"Command7") {
@@ -142,15 +143,14 @@ void ChamberPage::RunStopKey(const QString& name, int ch) {
 }
 
 // The hold and user keys: the question by the state the key shows.
-void ChamberPage::TwoStateKey(const QString& name, int /*ch*/) {
-    const int c = ChamberIndex(chamber_);
+void ChamberPage::TwoStateKey(const QString& name) {
     const bool on = controls().get(name).value;
     if (name.startsWith(u"HOLD_Key")) {
         if (on ? op_.confirm(u"HOLD STOP"_s, Message(4)) : op_.confirm(u"HOLD RUN"_s, Message(3)))
             SetHoldMode(chamber_, on ? 0 : 1);
         return;
     }
-    if (Val(ChamberAddress[c]) == 0 || Val(ChamberUse[c]) == 0) return;  // only a slot in use
+    if (!SlotInUse(chamber_)) return;
     if (on ? op_.confirm(u"RUN U-KEY"_s, Message(7)) : op_.confirm(u"STOP U-KEY"_s, Message(6)))
         SetUserKey(chamber_);
 }
@@ -175,7 +175,7 @@ void ChamberPage::SetPointClick(Layout layout, int ch) {
 
 void ChamberPage::PatternNumberClick(Layout layout, int ch) {
     const int c = ChamberIndex(chamber_);
-    if (Val(ChamberAddress[c]) == 0 || Val(ChamberUse[c]) == 0 || CommError[c] == -1) return;
+    if (!SlotInUse(chamber_) || CommError[c] == -1) return;
     const int k = layout == Layout::Family ? ChannelIndex(ch) : 0;
     if (Chamber[c].Status[k] & 3) {
         op_.message(u"Running"_s, Message(13));
@@ -200,7 +200,7 @@ void ChamberPage::PatternNumberClick(Layout layout, int ch) {
 
 void ChamberPage::OperationClick(int ch) {
     const int c = ChamberIndex(chamber_);
-    if (Val(ChamberAddress[c]) == 0 || Val(ChamberUse[c]) == 0 || CommError[c] == -1) {
+    if (!SlotInUse(chamber_) || CommError[c] == -1) {
         op_.message(u"Error"_s, Message(15));
         return;
     }

@@ -32,6 +32,11 @@ ShownValue PVLook(const ChamberRec& r, int channel, const QString& dp, bool humi
     return {ScreenValue(r.PV[k], dp), colors::kWhite};
 }
 
+bool SlotInUse(int chamber) {
+    const int i = ChamberIndex(chamber);
+    return Val(ChamberUse[i]) != 0 && Val(ChamberAddress[i]) != 0;
+}
+
 QString DeadWord(int chamber) {
     const int i = ChamberIndex(chamber);
     if (Val(ChamberUse[i]) == 0) return QStringLiteral("OFF");

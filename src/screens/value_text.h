@@ -37,6 +37,11 @@ QString PVText(int chamber, int channel);
 // its places.
 QString ValueText(int chamber, int channel, double value);
 
+// Whether a chamber page counts the chamber's slot as in use: switched on
+// and with an address. A slot switched off must never look alive. (The
+// overview cells go by the switch alone.)
+bool SlotInUse(int chamber);
+
 // Why a chamber shows no live values, or "" when it does: "OFF" for a slot
 // switched off, "NOT POLLED" for a model the station has no poll block for
 // (a name outside the five, or a model not served yet), "LOST" after failed

@@ -345,7 +345,6 @@ bool OverviewWidget::eventFilter(QObject* watched, QEvent* event) {
 
 void OverviewWidget::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    screen_.Form_GotFocus();
     refresh();
 }
 
