@@ -2,6 +2,7 @@
 
 #include "clock.h"
 #include "config_report.h"
+#include "data_log.h"
 #include "end_signals.h"
 #include "link.h"
 #include "main_frame.h"
@@ -12,6 +13,7 @@
 #include "vbtext.h"
 
 #include <QCoreApplication>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTimer>
 #include <cstdio>
@@ -62,6 +64,11 @@ QJsonObject ShownJson(int16_t chamber) {
     const int i = chamber - 1;
     o[QStringLiteral("Polled")] = Val(ChamberUse[i]) != 0 && HasPollBlock(ChamberModel[i]);
     o[QStringLiteral("State")] = StateWord(chamber, 1);
+    // The data log each channel is writing, "" while it stands; a chamber
+    // with one file for all channels names it on each.
+    QJsonArray logs;
+    for (int k = 1; k <= std::max<int>(1, Chamber[i].ChannelCount); ++k) logs.append(CurrentDataLog(chamber, k));
+    o[QStringLiteral("DataLog")] = logs;
     return o;
 }
 

@@ -16,6 +16,7 @@
 #include <QMessageBox>
 #include <QScreen>
 #include <QTimer>
+#include <csignal>
 #include <cstdio>
 #include <memory>
 
@@ -144,6 +145,11 @@ int RunWindowed(QApplication& app, const Options& o) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+    // A file-size limit makes a log write fail, which the logs report and
+    // survive; the signal would end the station instead.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     if (WantsHeadless(argc, argv)) {
         QCoreApplication app(argc, argv);
         SetIdentity();

@@ -13,9 +13,7 @@
 
 namespace qel {
 
-namespace {
-
-bool TryAppend(const QString& filePath, const QByteArray& line, QString& why) {
+bool AppendWhole(const QString& filePath, const QByteArray& line, QString& why) {
     QFile f(filePath);
     if (!f.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
         why = f.error() == QFileDevice::OpenError && !QFileInfo(filePath).absoluteDir().exists()
@@ -38,16 +36,14 @@ bool TryAppend(const QString& filePath, const QByteArray& line, QString& why) {
     return true;
 }
 
-}  // namespace
-
 void AppendLogLine(const QString& filePath, const QString& text) {
     const QString stamp = FormatDate(Now(), QStringLiteral("YYYYMMDD HH:MM:SS"));
     const QByteArray line = ToCodePage(stamp + QStringLiteral("  ") + text) + "\r\n";
     QString why;
-    if (TryAppend(filePath, line, why)) return;
+    if (AppendWhole(filePath, line, why)) return;
     // A folder removed under a running station is made again, once.
     QDir().mkpath(QFileInfo(filePath).absolutePath());
-    if (TryAppend(filePath, line, why)) return;
+    if (AppendWhole(filePath, line, why)) return;
     throw RuntimeError(why);
 }
 

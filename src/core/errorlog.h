@@ -9,6 +9,12 @@
 
 namespace qel {
 
+// Opens the file for appending (making it when absent), appends the bytes
+// and closes it. The bytes land whole or not at all: what part of them
+// reached the disk before a failure is cut off again. False with the
+// run-time's description of the failure in `why`.
+bool AppendWhole(const QString& filePath, const QByteArray& bytes, QString& why);
+
 // Appends one stamped line to a log file. A missing folder is made again and
 // the write tried once more; a second failure raises RuntimeError with the
 // description of what went wrong. Used by the error and the message log.

@@ -188,6 +188,8 @@ void ChamberPage::LayOutLamps(Layout layout) {
             const QString name = Indexed(lamp, ++shown);
             set.setCaption(name, LampLabel(table[i]));
             set.setVisible(name, true);
+            // A lamp starts dark; a later lay-out keeps the colour event detection gave it.
+            if (!set.get(name).back.isSet()) set.setBack(name, colors::kBlack);
         }
     }
 }

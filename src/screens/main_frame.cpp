@@ -10,6 +10,7 @@
 #include "language.h"
 #include "link.h"
 #include "poll_walk.h"
+#include "record_hooks.h"
 #include "runtime_error.h"
 #include "state.h"
 #include "station_hooks.h"
@@ -44,7 +45,10 @@ MainFrame::MainFrame(Operator& op, FrameHost& host, QObject* parent)
     };
 }
 
-MainFrame::~MainFrame() { ReadCommTimer = PollTimerSwitch{}; }
+MainFrame::~MainFrame() {
+    ReadCommTimer = PollTimerSwitch{};
+    RemoveRecordHooks();
+}
 
 QString MainFrame::toolTip(int index) {
     return MainText(index >= 1 && index <= kToolButtons ? captions::kToolTips[index - 1] : 0);
@@ -68,6 +72,7 @@ void MainFrame::loadSteps() {
     op_.progress(0, 0);  // the splash goes
 
     ResetRunState();
+    InstallRecordHooks();
     if (MaxChamberNo == 0) host_.openModal(FrameForm::CommSet);
     if (MaxChamberNo != 1 && MaxChamberNo != 0) {
         buttons_[0] = {true, true};

@@ -1,0 +1,316 @@
+// The data log: file names, headers and rows checked against the layout
+// table (written out here, not taken from the writer), the row timing, and
+// what a removed folder or a full disk costs.
+#include "data_log.h"
+#include "data_log_file.h"
+#include "records_fixture.h"
+#include "runtime_error.h"
+#include "vbtext.h"
+
+#include <QFile>
+#include <bit>
+#include <csignal>
+#include <cstring>
+#include <sys/resource.h>
+
+using namespace qel;
+using qeltest::RecordsTest;
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "the expected rows are built in host order");
+
+QByteArray Text40(const char* text) { return QByteArray(text).leftJustified(40, ' '); }
+
+// int32 seconds, then the float64 fields, little-endian, no padding.
+QByteArray Row(int32_t seconds, const std::vector<double>& fields) {
+    QByteArray b(reinterpret_cast<const char*>(&seconds), 4);
+    for (double f : fields) b.append(reinterpret_cast<const char*>(&f), 8);
+    return b;
+}
+
+// Channel k runs with PV 10+k, SP 20+k, target SP 30+k, MV 40+k.
+void Running(int c, const char* model, int channels) {
+    ChamberModel[c] = QString::fromLatin1(model);
+    ChamberRec& r = Chamber[c];
+    r.ChannelCount = static_cast<int16_t>(channels);
+    for (int k = 0; k < 3; ++k) {
+        r.PV[k] = 11 + k;
+        r.SP[k] = 21 + k;
+        r.TSP[k] = 31 + k;
+        r.MV[k] = 41 + k;
+        r.PTNo[k] = 7;
+        r.Status[k] = k < std::max(channels, 1) ? 1 : 0;
+        r.EndDate[k] = UnsetDate();
+    }
+}
+
+class DataLog : public RecordsTest {
+protected:
+    QByteArray file(const QString& name) const { return dir.read("DATA/C1/" + name); }
+    void advance(int seconds) { clock.advanceMs(seconds * 1000LL); }
+};
+
+}  // namespace
+
+// Guards every layout of the file: name, title, channel text, row size and
+// field order for each model and mode, two rows FileSave apart. The heat-cool
+// row's last field is channel 2's MV as channel 2 last sampled it: nothing
+// before channel 2's first step, hence 0 in the first row. A program's
+// first run has its first sample at 1 s: at 0 s the seconds equal what the
+// record starts with.
+TEST_F(DataLog, EveryLayoutMatchesTheTable) {
+    struct Case {
+        const char* what;
+        const char* model;
+        int channels;
+        int linked;
+        const char* variant;
+        int fix;
+        bool targetSP;
+        void (*step)(int16_t);
+        // per file: name, title, channel text, the row fields (of the second row when they differ)
+        struct File {
+            const char* name;
+            const char* title;
+            const char* channel;
+            std::vector<double> fields;
+            std::vector<double> second = {};
+        };
+        std::vector<File> files;
+    };
+    const std::vector<Case> cases = {
+        {"QEL2000 per channel", "QEL2000", 1, 0, "0", 0, false, RunProc,
+         {{"20240131081507_1.log", "[QEL2000] Programs RUN / PT NO. 7", "CH1", {11, 21, 41}}}},
+        {"QEL2100 heat-cool", "QEL2100", 2, 0, "1", 0, false, RunProc,
+         {{"20240131081507_HC.log", "[QEL2100-HC] Programs RUN / PT NO. 7", "CH1", {11, 21, 41, 0}, {11, 21, 41, 42}},
+          {"20240131081507_2.log", "[QEL2100-HC] Programs RUN / PT NO. 7", "CH2", {12, 22, 42}}}},
+        {"QEL2000 linked, fixed", "QEL2000", 1, 1, "0", 1, false, RunProc2,
+         {{"20240131081507.log", "[QEL2000] FIX RUN", "", {11, 21, 41, 0, 0, 0}}}},
+        {"QEL2100 linked, target SP", "QEL2100", 2, 1, "0", 0, true, RunProc2,
+         {{"20240131081507.log", "[QEL2100] Programs RUN / PT NO. 7", "", {11, 31, 41, 12, 32, 42}}}},
+        {"QEL2400 linked, variant 2 fixed", "QEL2400", 3, 1, "2", 1, false, RunProc2,
+         {{"20240131081507.log", "[QEL2400-Z7] FIX RUN", "", {11, 21, 41, 12, 22, 42, 13, 23, 43}}}},
+        {"QEL2400 per channel", "QEL2400", 3, 0, "0", 0, false, RunProc,
+         {{"20240131081507_1.log", "[QEL2400] Programs RUN / PT NO. 7", "CH1", {11, 21, 41}},
+          {"20240131081507_2.log", "[QEL2400] Programs RUN / PT NO. 7", "CH2", {12, 22, 42}},
+          {"20240131081507_3.log", "[QEL2400] Programs RUN / PT NO. 7", "CH3", {13, 23, 43}}}},
+        {"QEL2200, target SP", "QEL2200", 0, 0, "0", 0, true, RunProc2200,
+         {{"20240131081507.log", "[QEL2200] Programs RUN / PT NO. 7", "CH1", {11, 31, 41, 12, 32, 42}}}},
+        {"QEL2300 ignores target SP", "QEL2300", 0, 0, "0", 0, true, RunProc2300,
+         {{"20240131081507.log", "[QEL2300] Programs RUN / PT NO. 7", "CH1", {11, 21, 41, 12, 22, 42, 13, 23, 43}}}},
+    };
+    FileSave = 30;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        QDir(dir.file("DATA/C1")).removeRecursively();
+        QDir().mkpath(dir.file("DATA/C1"));
+        ResetRunState();
+        clock.set(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)));
+        Log[0] = LogRec{};
+        Log[0].LastSave.fill("0");
+        Chamber[0] = ChamberRec{};
+        Running(0, c.model, c.channels);
+        Chamber[0].LinkedRun = static_cast<int16_t>(c.linked);
+        Chamber[0].FixMode.fill(static_cast<int16_t>(c.fix));
+        ChamberVariant[0] = c.variant;
+        GraphInfo[1].CurrentOrTargetSP = c.targetSP ? 1 : 0;
+
+        c.step(1);  // seconds 0 equal the seconds the record starts with: no sample yet
+        advance(1);
+        c.step(1);
+        advance(30);
+        c.step(1);
+        EXPECT_EQ(QDir(dir.file("DATA/C1")).entryList(QDir::Files).size(), static_cast<int>(c.files.size()));
+        for (const auto& f : c.files) {
+            SCOPED_TRACE(f.name);
+            const QByteArray expected =
+                Text40(f.title) + Text40(f.channel) + Row(1, f.fields) + Row(31, f.second.empty() ? f.fields : f.second);
+            EXPECT_EQ(file(f.name).toHex(' ').toStdString(), expected.toHex(' ').toStdString());
+        }
+    }
+}
+
+// Guards the row timing: the first sample at once, then every FileSave
+// seconds; a poll gap gives one row with a jump; at most one sample a second.
+TEST_F(DataLog, RowsFollowFileSaveAndThePolls) {
+    FileSave = 30;
+    Running(0, "QEL2000", 1);
+    for (int s : {0, 10, 20, 30, 40, 50, 60, 70}) {
+        clock.set(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)).addSecs(s));
+        RunProc(1);
+        RunProc(1);  // the same second again: no sample, no row
+    }
+    clock.set(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)).addSecs(155));
+    RunProc(1);
+    const DataLogFile f = ReadDataLog(dir.file("DATA/C1/20240131081507_1.log"));
+    ASSERT_TRUE(f.ok()) << f.error.toStdString();
+    QList<int> seconds;
+    for (const auto& r : f.rows) seconds << r.seconds;
+    EXPECT_EQ(seconds, (QList<int>{10, 40, 70, 155}));
+    EXPECT_EQ(SampleCount[1][0], 4);
+    EXPECT_EQ(Log[0].Seconds[0], 155);
+    EXPECT_EQ(PageControls(1).get("Start_Time2000(1)").caption, "2024/01/31 08:15");
+    EXPECT_EQ(PageControls(1).get("lblFileName2000(1)").caption, dir.file("DATA/C1/20240131081507_1.log") + "  ");
+}
+
+// Guards the run edges: hold alone adds no rows; a stop ends the run and
+// shows the end time; a new run within the interval of the last row gets
+// its header and waits; two runs in one second get two files.
+TEST_F(DataLog, StopHoldAndTheNextRun) {
+    FileSave = 30;
+    Running(0, "QEL2000", 1);
+    Chamber[0].EndDate[0] = QDateTime(QDate(2024, 2, 1), QTime(9, 0));
+    RunProc(1);  // 08:15:07: the file, no sample at 0 s
+    advance(30);
+    RunProc(1);  // row 30
+    advance(5);
+    Chamber[0].Status[0] = 4;  // held without a run bit: the file stays, no rows
+    RunProc(1);
+    EXPECT_FALSE(CurrentDataLog(1, 1).isEmpty());
+    advance(3);
+    Chamber[0].Status[0] = 0;
+    RunProc(1);  // 08:15:45
+    EXPECT_TRUE(CurrentDataLog(1, 1).isEmpty());
+    EXPECT_FALSE(Chamber[0].StartTime[0].isValid());
+    EXPECT_EQ(PageControls(1).get("End_Time2000(1)").caption, "2024/01/31 08:15");
+    EXPECT_EQ(Log[0].SampleSP[0], 11);  // stopped: PV and SP the other way round
+    EXPECT_EQ(Log[0].SamplePV[0], 21);
+
+    advance(3);
+    Chamber[0].Status[0] = 1;
+    RunProc(1);  // 08:15:48: a new file, 11 s after the last row
+    EXPECT_EQ(CurrentDataLog(1, 1), dir.file("DATA/C1/20240131081548_1.log"));
+    EXPECT_EQ(dir.read("DATA/C1/20240131081548_1.log").size(), 80);
+    Chamber[0].Status[0] = 0;
+    RunProc(1);
+    Chamber[0].Status[0] = 1;
+    RunProc(1);  // the same second: not written over
+    EXPECT_EQ(CurrentDataLog(1, 1), dir.file("DATA/C1/20240131081548_1_2.log"));
+    EXPECT_EQ(ReadDataLog(dir.file("DATA/C1/20240131081507_1.log")).rows.size(), 1);
+    EXPECT_EQ(history, (QStringList{"1|2024/01/31 08:15:07|CH1    START RUN", "1|2024/01/31 08:15:45|CH1    STOP RUN",
+                                    "1|2024/01/31 08:15:48|CH1    START RUN", "1|2024/01/31 08:15:48|CH1    STOP RUN",
+                                    "1|2024/01/31 08:15:48|CH1    START RUN"}));
+    EXPECT_EQ(messageLog().count("  Chamber 1     CH1   START RUN"), 3);
+}
+
+// Guards a clock set back: the samples' seconds go down and writing pauses
+// until the clock has passed the last row's time by FileSave again.
+TEST_F(DataLog, AClockSetBackPausesTheRows) {
+    FileSave = 10;
+    Running(0, "QEL2000", 1);
+    RunProc(1);
+    advance(3600);
+    RunProc(1);  // row at 3600
+    clock.set(QDateTime(QDate(2024, 1, 31), QTime(8, 45, 7)));  // back by half an hour
+    RunProc(1);
+    EXPECT_EQ(Log[0].Seconds[0], 1800);
+    advance(1795);
+    RunProc(1);  // still before the last row's time
+    advance(20);
+    RunProc(1);
+    QList<int> seconds;
+    for (const auto& r : ReadDataLog(dir.file("DATA/C1/20240131081507_1.log")).rows) seconds << r.seconds;
+    EXPECT_EQ(seconds, (QList<int>{3600, 3615}));
+}
+
+// Guards a removed chamber folder in the middle of a run: the next row
+// makes folder and file again with their header, one error-log line says
+// so, and no other row is lost.
+TEST_F(DataLog, ARemovedFolderIsMadeAgainWithItsHeader) {
+    FileSave = 30;
+    Running(0, "QEL2000", 1);
+    RunProc(1);
+    QDir(dir.file("DATA/C1")).removeRecursively();
+    for (int i = 0; i < 3; ++i) {
+        advance(30);
+        RunProc(1);
+    }
+    const DataLogFile f = ReadDataLog(dir.file("DATA/C1/20240131081507_1.log"));
+    ASSERT_TRUE(f.ok());
+    EXPECT_EQ(f.title, "[QEL2000] Programs RUN / PT NO. 7");
+    ASSERT_EQ(f.rows.size(), 3);
+    EXPECT_EQ(f.rows[0].seconds, 30);
+    EXPECT_EQ(dir.errorLog().count("Path not foundmodFunc.FuncSetGraphBlkData"), 1) << dir.errorLog().toStdString();
+    EXPECT_EQ(dir.errorLog().count('\n'), 1);
+}
+
+// Guards a full disk: the row that does not fit is cut off whole, the error
+// log says "Disk full", and the rows before and after it are whole.
+TEST_F(DataLog, AFullDiskLosesTheOneRowOnly) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    FileSave = 30;
+    Running(0, "QEL2000", 1);
+    for (int i = 0; i <= 10; ++i, advance(30)) RunProc(1);  // rows at 30 .. 300
+    const QString path = dir.file("DATA/C1/20240131081507_1.log");
+    const qint64 full = QFileInfo(path).size();
+    ASSERT_EQ(full, 80 + 10 * 28);
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    rlimit tight = old;
+    tight.rlim_cur = static_cast<rlim_t>(full + 10);  // a part of the next row fits
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    RunProc(1);  // 330 s: lost
+    const qint64 after = QFileInfo(path).size();
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(after, full);
+    EXPECT_EQ(dir.errorLog().count("Disk fullmodFunc.FuncSetGraphBlkData"), 1) << dir.errorLog().toStdString();
+    advance(30);
+    RunProc(1);
+    const DataLogFile f = ReadDataLog(path);
+    EXPECT_EQ(f.trailingBytes, 0);
+    ASSERT_EQ(f.rows.size(), 11);
+    EXPECT_EQ(f.rows[9].seconds, 300);
+    EXPECT_EQ(f.rows[10].seconds, 360);
+}
+
+// Guards a model outside the five: no row, yet the write counts.
+TEST_F(DataLog, AnUnknownModelWritesNothingButCounts) {
+    Running(0, "QEL9999", 1);
+    FuncSetGraphBlkData(dir.file("DATA/C1/x.log"), 1, 0);
+    EXPECT_FALSE(QFile::exists(dir.file("DATA/C1/x.log")));
+    EXPECT_EQ(SampleCount[0][0], 1);
+}
+
+// Guards the reader on files built byte by byte here: row size by title,
+// channel text and name; a row being written; a short or foreign file.
+TEST(DataLogReader, ReadsWhatTheLayoutSaysAndRefusesTheRest) {
+    qeltest::AppDir dir;
+    const struct {
+        const char* name;
+        const char* title;
+        const char* channel;
+        int rowSize;
+    } files[] = {
+        {"a_2.log", "[QEL2100] Programs RUN / PT NO. 3", "CH2", 28},
+        {"a_HC.log", "[QEL2000-HC] Programs RUN / PT NO. 3", "CH1", 36},
+        {"b.log", "[QEL2100] FIX RUN", "", 52},
+        {"c.log", "[QEL2400-Z7] FIX RUN", "", 76},
+        {"d.log", "[QEL2200] FIX RUN", "CH1", 52},
+        {"e.log", "[QEL2300] FIX RUN", "CH1", 76},
+    };
+    for (const auto& f : files) {
+        SCOPED_TRACE(f.name);
+        const int fields = (f.rowSize - 4) / 8;
+        std::vector<double> v(static_cast<size_t>(fields));
+        for (int i = 0; i < fields; ++i) v[static_cast<size_t>(i)] = -1.5 * i;
+        QByteArray row(reinterpret_cast<const char*>("\x05\x00\x00\x00"), 4);
+        for (double x : v) row.append(reinterpret_cast<const char*>(&x), 8);
+        dir.write(f.name, Text40(f.title) + Text40(f.channel) + row + row + row.left(9));
+        const DataLogFile got = ReadDataLog(dir.file(f.name));
+        ASSERT_TRUE(got.ok()) << got.error.toStdString();
+        EXPECT_EQ(got.rowSize, f.rowSize);
+        EXPECT_EQ(got.title, f.title);
+        EXPECT_EQ(got.channelText, f.channel);
+        ASSERT_EQ(got.rows.size(), 2);
+        EXPECT_EQ(got.rows[1].seconds, 5);
+        EXPECT_EQ(got.rows[1].values, v);
+        EXPECT_EQ(got.trailingBytes, 9);
+    }
+    dir.write("short.log", Text40("[QEL2000] FIX RUN"));
+    EXPECT_FALSE(ReadDataLog(dir.file("short.log")).ok());
+    dir.write("foreign.log", Text40("hello") + Text40("CH1") + QByteArray(28, 0));
+    EXPECT_FALSE(ReadDataLog(dir.file("foreign.log")).ok());
+    EXPECT_EQ(ReadDataLog(dir.file("foreign.log"), 28).rows.size(), 1);
+    EXPECT_FALSE(ReadDataLog(dir.file("absent.log")).ok());
+}
