@@ -3,6 +3,7 @@
 #include "clock.h"
 #include "errorlog.h"
 #include "message_log.h"
+#include "mode_checks.h"
 #include "modbus.h"
 #include "runtime_error.h"
 #include "state.h"
@@ -58,9 +59,7 @@ void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = fal
         Write(chamber,
               fixRun && model == u"QEL2300" ? QString() : KeyBody(model, static_cast<int>(Val(StatusPanel3)), key));
         if (key == Key::Step) {
-            if (Hooks.historyRow)
-                Hooks.historyRow(chamber, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm:ss")),
-                                 QStringLiteral("START STEP"));
+            AddHistoryRow(chamber, QStringLiteral("START STEP"));
             WriteMessageLog(QStringLiteral("START STEP"), chamber);
         }
     });

@@ -68,13 +68,21 @@ bool SimLine::prepare(int pcSpeed) {
     return ok && tag("Set", "MAX_CHAMBER_NO", QString::number(chambers.size()));
 }
 
-QString ErrorLog(const QString& folder) {
+namespace {
+QString LogsIn(const QString& logFolder) {
     QString all;
-    for (const QFileInfo& f : QDir(folder + "/Error").entryInfoList(QDir::Files, QDir::Name)) {
+    for (const QFileInfo& f : QDir(logFolder).entryInfoList(QDir::Files, QDir::Name)) {
         QFile file(f.absoluteFilePath());
         if (file.open(QIODevice::ReadOnly)) all += qel::FromCodePage(file.readAll());
     }
     return all;
+}
+}  // namespace
+
+QString ErrorLog(const QString& folder) { return LogsIn(folder + "/Error"); }
+
+QString MessageLogs(const QString& folder, const QString& chamberName) {
+    return LogsIn(folder + "/Message/" + chamberName);
 }
 
 QList<QJsonObject> Records(const QString& out) {

@@ -17,6 +17,7 @@ struct SimChamber {
 };
 
 QString ErrorLog(const QString& folder);        // the folder's error logs, decoded
+QString MessageLogs(const QString& folder, const QString& chamberName);  // the chamber's message logs, decoded
 bool EndsOnceAndLast(const QString& errorLog);  // "User End Program" once, as the last line
 
 struct SimLine {

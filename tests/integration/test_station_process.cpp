@@ -1,5 +1,6 @@
 // qelstation started as a user starts it, against qelsim over TCP and ptys,
 // and its main window in this process (offscreen).
+#include "data_log_file.h"
 #include "line_fixture.h"
 #include "link.h"
 #include "main_window.h"
@@ -8,6 +9,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QJsonArray>
 #include <QMessageBox>
 #include <QTimer>
 #include <QFile>
@@ -298,4 +303,58 @@ TEST(StationLock, SecondStationOnTheSameFolderIsRefused) {
     first.process().waitForFinished(5000);
     const RunResult after = qeltest::Run(kStation, {"--headless", "--app-dir", link, "--cycles", "1"});
     EXPECT_EQ(after.exitCode, 0) << after.err.toStdString();
+}
+
+// The headless station records a run by itself: --json names the data log of
+// the running channel; a file-size limit put on the running process (a full
+// disk) loses rows whole and says "Disk full", a removed chamber folder is
+// made again with the file's header and said once, and the station polls on.
+TEST(StationDataLog, RunRowsSurviveAFullDiskAndARemovedFolder) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}, {"--run", "1"}));
+    ASSERT_TRUE(qel::WriteProfileString("FileSaveSec", "FileSave", "1", line.folder() + "/SetComm.ini"));
+    ChildProcess station;
+    ASSERT_TRUE(station.start(kStation, {"--headless", "--app-dir", line.folder(), "--json"}));
+    QString file;
+    ASSERT_TRUE(ReadUntil(station, [&](const QJsonObject& o) {
+        file = o["DataLog"].toArray()[0].toString();
+        return !file.isEmpty();
+    }));
+    EXPECT_TRUE(file.startsWith(line.folder() + "/DATA/Sim 1/") && file.endsWith("_1.log")) << file.toStdString();
+    const auto rows = [&] { return qel::ReadDataLog(file).rows.size(); };
+    const auto readFor = [&](int ms) {
+        QElapsedTimer t;
+        t.start();
+        return ReadUntil(station, [&](const QJsonObject&) { return t.elapsed() >= ms; }, 1000);
+    };
+    ASSERT_TRUE(readFor(3500));
+    ASSERT_GE(rows(), 2);
+
+    const qint64 full = QFileInfo(file).size();
+    const QString pid = QString::number(station.process().processId());
+    ASSERT_EQ(QProcess::execute("prlimit", {"--pid", pid, "--fsize=" + QString::number(full + 10) + ":"}), 0);
+    ASSERT_TRUE(readFor(2500));
+    EXPECT_EQ(QFileInfo(file).size(), full);  // no row, not even a part of one
+    EXPECT_TRUE(line.errorLog().contains("Disk fullmodFunc.FuncSetGraphBlkData")) << line.errorLog().toStdString();
+    ASSERT_EQ(QProcess::execute("prlimit", {"--pid", pid, "--fsize=unlimited:"}), 0);
+    ASSERT_TRUE(readFor(2500));
+    const qint64 before = rows();
+    EXPECT_GT(QFileInfo(file).size(), full);
+
+    ASSERT_TRUE(QDir(line.folder() + "/DATA/Sim 1").removeRecursively());
+    ASSERT_TRUE(readFor(2500));
+    const qel::DataLogFile again = qel::ReadDataLog(file);
+    ASSERT_TRUE(again.ok()) << again.error.toStdString();
+    EXPECT_TRUE(again.title.startsWith("[QEL2000] Programs RUN / PT NO."));
+    EXPECT_GE(again.rows.size(), 1);
+    EXPECT_GT(again.rows.first().seconds, 0);
+    EXPECT_EQ(line.errorLog().count("Path not foundmodFunc.FuncSetGraphBlkData"), 1);
+    EXPECT_GT(before, 2);
+
+    ASSERT_FALSE(line.command("key 1 1 4").isNull());  // the stop key on the controller
+    EXPECT_TRUE(ReadUntil(station, [](const QJsonObject& o) { return o["DataLog"].toArray()[0].toString().isEmpty(); }));
+    ExpectOrderlyEnd(station, line);
+    const QString messages = MessageLogs(line.folder(), "Sim 1");
+    EXPECT_TRUE(messages.contains("  Chamber 1     CH1   START RUN")) << messages.toStdString();
+    EXPECT_TRUE(messages.contains("  Chamber 1     CH1   STOP RUN"));
 }

@@ -1,0 +1,151 @@
+// The station's records of a run, end to end: the main frame in this process
+// polls a frozen qelsim chamber over TCP while the test steps the chamber
+// through run, hold, wait, step, signal changes and stop, and moves the time
+// of day on so that hours of run pass in seconds. Files are read back and
+// compared with the Part's texts and with what the simulator served.
+#include "clock.h"
+#include "data_log.h"
+#include "data_log_file.h"
+#include "line_fixture.h"
+#include "link.h"
+#include "main_frame.h"
+#include "profile.h"
+#include "settings_state.h"
+#include "state.h"
+
+#include <QEventLoop>
+#include <QFile>
+#include <QTimer>
+#include <QThread>
+#include <gtest/gtest.h>
+
+using namespace qeltest;
+
+namespace {
+
+// The time of day is the test's; pauses and the tick count are real, so
+// that the exchanges wait for the simulator as they do in the station.
+class SteppedClock final : public qel::Clock {
+public:
+    explicit SteppedClock(QDateTime start) : now_(std::move(start)) {}
+    QDateTime now() const override { return now_; }
+    int64_t elapsedMs() const override { return real_.elapsedMs(); }
+    void sleepMs(int ms) override { QThread::msleep(static_cast<unsigned long>(ms)); }
+    void advance(int seconds) { now_ = now_.addSecs(seconds); }
+
+private:
+    QDateTime now_;
+    qel::SystemClock real_;
+};
+
+class NoHost final : public qel::FrameHost {
+public:
+    void showOverview(int) override {}
+    void showPage(int) override {}
+    bool openModal(qel::FrameForm) override { return false; }
+    bool startProgram(const QString&) override { return false; }
+    bool openFile(const QString&) override { return false; }
+    QString chooseFile(const QString&, const QString&) override { return {}; }
+    void closeFrame() override {}
+};
+
+// Waits for the poll walk to end `n` times.
+bool Ticks(qel::MainFrame& frame, int n = 2) {
+    QEventLoop loop;
+    int seen = 0;
+    auto c = QObject::connect(&frame, &qel::MainFrame::tickDone, &loop, [&] {
+        if (++seen == n) loop.quit();
+    });
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    loop.exec();
+    QObject::disconnect(c);
+    return seen >= n;
+}
+
+QStringList Lines(const QString& file) {
+    QFile f(file);
+    QStringList out;
+    if (!f.open(QIODevice::ReadOnly)) return out;
+    for (const QString& l : QString::fromUtf8(f.readAll()).split("\r\n", Qt::SkipEmptyParts)) out << l.mid(19);
+    return out;
+}
+
+}  // namespace
+
+// Guards a whole run as the station records it: the data-log file of the
+// QEL2100's channel 1 with a row every five simulated minutes for three hours,
+// each row the values qelsim served, and the history and message log with the
+// run, hold, wait, step and signal edges in order and with their texts.
+TEST(RunRecords, AScriptedRunEndsInTheFilesTheStationWrites) {
+    SimLine line;
+    // Frozen: PV -20.0, SP 30.0, target SP 35.0, MV 55.5, pattern 4 on channel 1, stopped.
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}},
+                           {"--frozen", "--no-noise", "--set", "1:0x0009:-200", "--set", "1:0x000B:300", "--set",
+                            "1:0x0037:350", "--set", "1:0x000D:555", "--set", "1:0x0023:4"},
+                           40))
+        << line.sim.stderrText().toStdString();
+    const QString folder = line.folder() + '/';
+    ASSERT_TRUE(qel::WriteProfileString("FileSaveSec", "FileSave", "30", folder + "SetComm.ini"));
+    qel::ResetAllState();
+    qel::AppPath = folder;
+    SteppedClock clock(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)));
+    qel::SetClock(&clock);
+    qel::ScriptedOperator op;
+    NoHost host;
+    {
+        qel::MainFrame frame(op, host);
+        frame.load();
+        ASSERT_EQ(qel::FileSave, 30);
+        ASSERT_TRUE(Ticks(frame));
+        auto set = [&](const char* reg, int value) {
+            ASSERT_FALSE(line.command(QStringLiteral("set 1 %1 %2").arg(reg).arg(value)).isNull());
+            ASSERT_TRUE(Ticks(frame));
+        };
+        set("0x0004", 1);  // channel 1 runs a program: the file begins, no row at 0 s
+        const QString file = qel::Log[0].FileName[0];
+        EXPECT_EQ(file, folder + "DATA/Sim 1/20240131081507_1.log");
+        for (int i = 0; i < 36; ++i) {
+            clock.advance(300);
+            ASSERT_TRUE(Ticks(frame, 1));
+        }
+        set("0x0004", 5);  // hold
+        set("0x0004", 1);
+        set("0x0004", 65);  // wait
+        set("0x0004", 1);
+        qel::StatusPanel3 = "1";
+        frame.screens().page(1)->click("STEP_Key2000(1)");
+        set("0x0013", 3);   // Inner signals 1 and 2 of channel 1
+        set("0x001C", 4);   // DI 3
+        set("0x0004", 0);   // stop
+        EXPECT_TRUE(qel::CurrentDataLog(1, 1).isEmpty());
+
+        const QString di = "CH2   DI 3 ON    " + qel::DIErrorName[0][2];
+        const QStringList expected = {"CH1    START RUN", "START HOLD", "STOP HOLD", "START WAIT", "STOP WAIT", "START STEP",
+                                      "CH2   Inner Signal 1 ON", "CH2   Inner Signal 2 ON", di, "CH1    STOP RUN"};
+        QStringList shown;
+        for (const auto& row : frame.screens().page(1)->history()) shown << row.text;
+        EXPECT_EQ(shown, expected);
+        EXPECT_EQ(Lines(folder + "Message/Sim 1/20240131_M.log"),
+                  (QStringList{"  Chamber 1     CH1   START RUN", "START HOLD", "STOP HOLD", "START WAIT", "STOP WAIT",
+                               "START STEP", "  Chamber 1     CH2     Inner Signal 1 ON",
+                               "  Chamber 1     CH2     Inner Signal 2 ON", "  Chamber 1     CH2     DI 3 ON",
+                               "  Chamber 1     CH1   STOP RUN"}));
+
+        const qel::DataLogFile log = qel::ReadDataLog(file);
+        ASSERT_TRUE(log.ok()) << log.error.toStdString();
+        EXPECT_EQ(log.title.toStdString(), "[QEL2100] Programs RUN / PT NO. 4");
+        EXPECT_EQ(log.channelText.toStdString(), "CH1");
+        EXPECT_EQ(log.rowSize, 28);
+        ASSERT_EQ(log.rows.size(), 36);
+        for (int i = 0; i < 36; ++i) {
+            SCOPED_TRACE(i);
+            EXPECT_EQ(log.rows[i].seconds, 300 * (i + 1));
+            EXPECT_EQ(log.rows[i].values, (std::vector<double>{-20.0, 30.0, 55.5}));
+        }
+        EXPECT_FALSE(line.errorLog().contains("RunProc")) << line.errorLog().toStdString();
+        frame.queryUnload(false);
+    }
+    qel::RemoveLink();
+    qel::SetClock(nullptr);
+    qel::ResetProgramEnding();
+}
