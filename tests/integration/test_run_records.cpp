@@ -13,6 +13,7 @@
 #include "settings_state.h"
 #include "state.h"
 
+#include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QTimer>
@@ -62,6 +63,59 @@ bool Ticks(qel::MainFrame& frame, int n = 2) {
     return seen >= n;
 }
 
+QByteArray Text40(const char* text) { return QByteArray(text).leftJustified(40, ' '); }
+
+// int32 seconds and float64 fields, little-endian (the host's order here).
+QByteArray Row(int32_t seconds, const std::vector<double>& fields) {
+    QByteArray b(reinterpret_cast<const char*>(&seconds), 4);
+    for (double f : fields) b.append(reinterpret_cast<const char*>(&f), 8);
+    return b;
+}
+
+QByteArray Bytes(const QString& file) {
+    QFile f(file);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// qelsim with a frozen line and the station's main frame in this process,
+// with the time of day at 2024-01-31 08:15:07 under the test's hand.
+class RunLine : public ::testing::Test {
+protected:
+    void start(const QStringList& served, const std::function<void(const QString& folder)>& settings = {}) {
+        ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}}, QStringList{"--frozen", "--no-noise"} + served, 40))
+            << line.sim.stderrText().toStdString();
+        folder = line.folder() + '/';
+        ASSERT_TRUE(qel::WriteProfileString("FileSaveSec", "FileSave", "30", folder + "SetComm.ini"));
+        if (settings) settings(folder);
+        qel::ResetAllState();
+        qel::AppPath = folder;
+        qel::SetClock(&clock);
+        frame = std::make_unique<qel::MainFrame>(op, host);
+        frame->load();
+        ASSERT_EQ(qel::FileSave, 30);
+        ASSERT_TRUE(Ticks(*frame));
+    }
+    void TearDown() override {
+        if (frame) frame->queryUnload(false);
+        frame.reset();
+        qel::RemoveLink();
+        qel::SetClock(nullptr);
+        qel::ResetProgramEnding();
+    }
+    // A register of chamber 1 takes the value, and two walks pass.
+    void set(const char* reg, int value) {
+        ASSERT_FALSE(line.command(QStringLiteral("set 1 %1 %2").arg(reg).arg(value)).isNull());
+        ASSERT_TRUE(Ticks(*frame));
+    }
+
+    SimLine line;
+    QString folder;
+    SteppedClock clock{QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7))};
+    qel::ScriptedOperator op;
+    NoHost host;
+    std::unique_ptr<qel::MainFrame> frame;
+};
+
 QStringList Lines(const QString& file) {
     QFile f(file);
     QStringList out;
@@ -76,76 +130,91 @@ QStringList Lines(const QString& file) {
 // QEL2100's channel 1 with a row every five simulated minutes for three hours,
 // each row the values qelsim served, and the history and message log with the
 // run, hold, wait, step and signal edges in order and with their texts.
-TEST(RunRecords, AScriptedRunEndsInTheFilesTheStationWrites) {
-    SimLine line;
+TEST_F(RunLine, AScriptedRunEndsInTheFilesTheStationWrites) {
     // Frozen: PV -20.0, SP 30.0, target SP 35.0, MV 55.5, pattern 4 on channel 1, stopped.
-    ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}},
-                           {"--frozen", "--no-noise", "--set", "1:0x0009:-200", "--set", "1:0x000B:300", "--set",
-                            "1:0x0037:350", "--set", "1:0x000D:555", "--set", "1:0x0023:4"},
-                           40))
-        << line.sim.stderrText().toStdString();
-    const QString folder = line.folder() + '/';
-    ASSERT_TRUE(qel::WriteProfileString("FileSaveSec", "FileSave", "30", folder + "SetComm.ini"));
-    qel::ResetAllState();
-    qel::AppPath = folder;
-    SteppedClock clock(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)));
-    qel::SetClock(&clock);
-    qel::ScriptedOperator op;
-    NoHost host;
-    {
-        qel::MainFrame frame(op, host);
-        frame.load();
-        ASSERT_EQ(qel::FileSave, 30);
-        ASSERT_TRUE(Ticks(frame));
-        auto set = [&](const char* reg, int value) {
-            ASSERT_FALSE(line.command(QStringLiteral("set 1 %1 %2").arg(reg).arg(value)).isNull());
-            ASSERT_TRUE(Ticks(frame));
-        };
-        set("0x0004", 1);  // channel 1 runs a program: the file begins, no row at 0 s
-        const QString file = qel::Log[0].FileName[0];
-        EXPECT_EQ(file, folder + "DATA/Sim 1/20240131081507_1.log");
-        for (int i = 0; i < 36; ++i) {
-            clock.advance(300);
-            ASSERT_TRUE(Ticks(frame, 1));
-        }
-        set("0x0004", 5);  // hold
-        set("0x0004", 1);
-        set("0x0004", 65);  // wait
-        set("0x0004", 1);
-        qel::StatusPanel3 = "1";
-        frame.screens().page(1)->click("STEP_Key2000(1)");
-        set("0x0013", 3);   // Inner signals 1 and 2 of channel 1
-        set("0x001C", 4);   // DI 3
-        set("0x0004", 0);   // stop
-        EXPECT_TRUE(qel::CurrentDataLog(1, 1).isEmpty());
-
-        const QString di = "CH2   DI 3 ON    " + qel::DIErrorName[0][2];
-        const QStringList expected = {"CH1    START RUN", "START HOLD", "STOP HOLD", "START WAIT", "STOP WAIT", "START STEP",
-                                      "CH2   Inner Signal 1 ON", "CH2   Inner Signal 2 ON", di, "CH1    STOP RUN"};
-        QStringList shown;
-        for (const auto& row : frame.screens().page(1)->history()) shown << row.text;
-        EXPECT_EQ(shown, expected);
-        EXPECT_EQ(Lines(folder + "Message/Sim 1/20240131_M.log"),
-                  (QStringList{"  Chamber 1     CH1   START RUN", "START HOLD", "STOP HOLD", "START WAIT", "STOP WAIT",
-                               "START STEP", "  Chamber 1     CH2     Inner Signal 1 ON",
-                               "  Chamber 1     CH2     Inner Signal 2 ON", "  Chamber 1     CH2     DI 3 ON",
-                               "  Chamber 1     CH1   STOP RUN"}));
-
-        const qel::DataLogFile log = qel::ReadDataLog(file);
-        ASSERT_TRUE(log.ok()) << log.error.toStdString();
-        EXPECT_EQ(log.title.toStdString(), "[QEL2100] Programs RUN / PT NO. 4");
-        EXPECT_EQ(log.channelText.toStdString(), "CH1");
-        EXPECT_EQ(log.rowSize, 28);
-        ASSERT_EQ(log.rows.size(), 36);
-        for (int i = 0; i < 36; ++i) {
-            SCOPED_TRACE(i);
-            EXPECT_EQ(log.rows[i].seconds, 300 * (i + 1));
-            EXPECT_EQ(log.rows[i].values, (std::vector<double>{-20.0, 30.0, 55.5}));
-        }
-        EXPECT_FALSE(line.errorLog().contains("RunProc")) << line.errorLog().toStdString();
-        frame.queryUnload(false);
+    start({"--set", "1:0x0009:-200", "--set", "1:0x000B:300", "--set", "1:0x0037:350", "--set", "1:0x000D:555",
+           "--set", "1:0x0023:4"});
+    set("0x0004", 1);  // channel 1 runs a program: the file begins, no row at 0 s
+    const QString file = qel::Log[0].FileName[0];
+    EXPECT_EQ(file, folder + "DATA/Sim 1/20240131081507_1.log");
+    for (int i = 0; i < 36; ++i) {
+        clock.advance(300);
+        ASSERT_TRUE(Ticks(*frame, 1));
     }
-    qel::RemoveLink();
-    qel::SetClock(nullptr);
-    qel::ResetProgramEnding();
+    set("0x0004", 5);  // hold
+    set("0x0004", 1);
+    set("0x0004", 65);  // wait
+    set("0x0004", 1);
+    qel::StatusPanel3 = "1";
+    frame->screens().page(1)->click("STEP_Key2000(1)");
+    set("0x0013", 3);  // Inner signals 1 and 2 of channel 1
+    set("0x001C", 4);  // DI 3
+    set("0x0004", 0);  // stop
+    EXPECT_TRUE(qel::CurrentDataLog(1, 1).isEmpty());
+
+    const QString di = "CH2   DI 3 ON    " + qel::DIErrorName[0][2];
+    const QStringList expected = {"CH1    START RUN", "START HOLD", "STOP HOLD", "START WAIT", "STOP WAIT", "START STEP",
+                                  "CH2   Inner Signal 1 ON", "CH2   Inner Signal 2 ON", di, "CH1    STOP RUN"};
+    QStringList shown;
+    for (const auto& row : frame->screens().page(1)->history()) shown << row.text;
+    EXPECT_EQ(shown, expected);
+    EXPECT_EQ(Lines(folder + "Message/Sim 1/20240131_M.log"),
+              (QStringList{"  Chamber 1     CH1   START RUN", "START HOLD", "STOP HOLD", "START WAIT", "STOP WAIT",
+                           "START STEP", "  Chamber 1     CH2     Inner Signal 1 ON",
+                           "  Chamber 1     CH2     Inner Signal 2 ON", "  Chamber 1     CH2     DI 3 ON",
+                           "  Chamber 1     CH1   STOP RUN"}));
+
+    const qel::DataLogFile log = qel::ReadDataLog(file);
+    ASSERT_TRUE(log.ok()) << log.error.toStdString();
+    EXPECT_EQ(log.title.toStdString(), "[QEL2100] Programs RUN / PT NO. 4");
+    EXPECT_EQ(log.channelText.toStdString(), "CH1");
+    EXPECT_EQ(log.rowSize, 28);
+    ASSERT_EQ(log.rows.size(), 36);
+    for (int i = 0; i < 36; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(log.rows[i].seconds, 300 * (i + 1));
+        EXPECT_EQ(log.rows[i].values, (std::vector<double>{-20.0, 30.0, 55.5}));
+    }
+    EXPECT_FALSE(line.errorLog().contains("RunProc")) << line.errorLog().toStdString();
+}
+
+// Both channels of a QEL2100 served by qelsim (PV -20.0/25.3, SP 30.0/45.5,
+// MV 55.5/12.3, patterns 4/6): the files of the heat-cool variant and of a
+// linked run, byte for byte as the layout table gives them.
+const QStringList kBothChannels = {"--set", "1:0x0004:1", "--set", "1:0x0006:1", "--set", "1:0x0009:-200",
+                                   "--set", "1:0x000A:253", "--set", "1:0x000B:300", "--set", "1:0x000C:455",
+                                   "--set", "1:0x000D:555", "--set", "1:0x000E:123", "--set", "1:0x0023:4",
+                                   "--set", "1:0x0025:6"};
+
+TEST_F(RunLine, HeatCoolFilesOfBothChannels) {
+    start(kBothChannels, [](const QString& folder) {
+        ASSERT_TRUE(qel::WriteProfileString("MODEL_ZZ", "1", "1", folder + "SetUserTag.ini"));
+    });
+    for (int i = 0; i < 2; ++i) {
+        clock.advance(60);
+        ASSERT_TRUE(Ticks(*frame, 1));
+    }
+    const QByteArray title = Text40("[QEL2100-HC] Programs RUN / PT NO. 4");
+    const QByteArray title2 = Text40("[QEL2100-HC] Programs RUN / PT NO. 6");
+    // Channel 1's last field is channel 2's MV as channel 2 last sampled it: none before its first row.
+    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507_HC.log").toHex(' ').toStdString(),
+              (title + Text40("CH1") + Row(60, {-20.0, 30.0, 55.5, 0.0}) + Row(120, {-20.0, 30.0, 55.5, 12.3}))
+                  .toHex(' ')
+                  .toStdString());
+    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507_2.log").toHex(' ').toStdString(),
+              (title2 + Text40("CH2") + Row(60, {25.3, 45.5, 12.3}) + Row(120, {25.3, 45.5, 12.3})).toHex(' ').toStdString());
+}
+
+TEST_F(RunLine, LinkedRunOneFile) {
+    start(kBothChannels + QStringList{"--set", "1:0x006D:1"});
+    for (int i = 0; i < 2; ++i) {
+        clock.advance(60);
+        ASSERT_TRUE(Ticks(*frame, 1));
+    }
+    const std::vector<double> fields = {-20.0, 30.0, 55.5, 25.3, 45.5, 12.3};
+    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507.log").toHex(' ').toStdString(),
+              (Text40("[QEL2100] Programs RUN / PT NO. 4") + Text40("") + Row(60, fields) + Row(120, fields))
+                  .toHex(' ')
+                  .toStdString());
+    EXPECT_EQ(QDir(folder + "DATA/Sim 1").entryList(QDir::Files).size(), 1);
 }
