@@ -107,6 +107,18 @@ bool PutHeader(const QString& fileName, const QByteArray& header, QString& why) 
     return ok;
 }
 
+// The file with its title and channel text; a chamber folder removed under
+// the running station is made again, once.
+bool MakeDataLog(const QString& fileName, int16_t chamber, int16_t channel, QString& why) {
+    const int c = ChamberIndex(chamber);
+    const QString channelText = Chamber[c].LinkedRun == 0 ? QStringLiteral("CH") + QString::number(channel) : QString();
+    const QByteArray header = Padded(DataLogTitle(chamber, channel)) + Padded(channelText);
+    if (PutHeader(fileName, header, why)) return true;
+    if (why != QLatin1String(err::PathNotFound)) return false;
+    QDir().mkpath(QFileInfo(fileName).absolutePath());
+    return PutHeader(fileName, header, why);
+}
+
 QString StampedName(int c, const QDateTime& start, const QString& tail) {
     const QString folder = AppPath + QStringLiteral("DATA/") + ChamberName[c] + u'/';
     const QString stem = folder + FormatDate(start, QStringLiteral("YYYYMMDDHHMMSS")) + tail;
@@ -269,41 +281,33 @@ QString DataLogTitle(int16_t chamber, int16_t channel) {
 
 void FuncSetUserInfo(const QString& fileName, const QString& /*ptNoText*/, int16_t chamber, int16_t channel) {
     try {
-        const int c = ChamberIndex(chamber);
-        const QString channelText =
-            Chamber[c].LinkedRun == 0 ? QStringLiteral("CH") + QString::number(channel) : QString();
-        const QByteArray header = Padded(DataLogTitle(chamber, channel)) + Padded(channelText);
         QString why;
-        if (PutHeader(fileName, header, why)) return;
-        if (why != QLatin1String(err::PathNotFound)) throw RuntimeError(why);
-        // A chamber folder removed under a running station is made again, once.
-        QDir().mkpath(QFileInfo(fileName).absolutePath());
-        if (!PutHeader(fileName, header, why)) throw RuntimeError(why);
+        if (!MakeDataLog(fileName, chamber, channel, why)) throw RuntimeError(why);
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), QStringLiteral("modFunc.FuncSetUserInfo"));
     }
 }
 
 void FuncSetGraphBlkData(const QString& fileName, int16_t chamber, int16_t channel) {
+    const QString logName = QStringLiteral("modFunc.FuncSetGraphBlkData");
     try {
         const int c = ChamberIndex(chamber);
         if (channel < 0 || channel > 4) throw RuntimeError(err::SubscriptOutOfRange);
         const QByteArray row = BuildRow(c, channel);
         if (!row.isEmpty()) {
+            QString why;
             if (!QFileInfo::exists(fileName)) {
                 // The run's file went while it ran (folder or file removed):
                 // it begins again with its header, and the error log says so.
                 const bool folderGone = !QFileInfo(fileName).absoluteDir().exists();
-                FuncSetUserInfo(fileName, QString(), chamber, std::max<int16_t>(channel, 1));
-                ErrorTail(QString::fromUtf8(folderGone ? err::PathNotFound : err::FileNotFound),
-                          QStringLiteral("modFunc.FuncSetGraphBlkData"));
+                if (!MakeDataLog(fileName, chamber, std::max<int16_t>(channel, 1), why)) throw RuntimeError(why);
+                ErrorTail(QString::fromUtf8(folderGone ? err::PathNotFound : err::FileNotFound), logName);
             }
-            QString why;
             if (!AppendWhole(fileName, row, why)) throw RuntimeError(why);
         }
         ++SampleCount[channel][c];
     } catch (const RuntimeError& e) {
-        ErrorTail(e.description(), QStringLiteral("modFunc.FuncSetGraphBlkData"));
+        ErrorTail(e.description(), logName);
     }
 }
 

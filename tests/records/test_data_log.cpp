@@ -235,6 +235,32 @@ TEST_F(DataLog, ARemovedFolderIsMadeAgainWithItsHeader) {
     EXPECT_EQ(dir.errorLog().count('\n'), 1);
 }
 
+// Guards a chamber folder that cannot be made (a file stands in its way):
+// every row is lost with one error-log line, the header's loss included,
+// and once the way is free the next row begins the file again.
+TEST_F(DataLog, AFolderThatCannotBeMadeCostsOneLinePerRow) {
+    FileSave = 30;
+    Running(0, "QEL2000", 1);
+    QDir(dir.file("DATA/C1")).removeRecursively();
+    dir.write("DATA/C1", "in the way");
+    RunProc(1);  // the file cannot begin
+    for (int i = 0; i < 2; ++i) {
+        advance(30);
+        RunProc(1);
+    }
+    const QStringList lines = dir.errorLog().split("\r\n", Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3) << dir.errorLog().toStdString();
+    EXPECT_TRUE(lines[0].endsWith("modFunc.FuncSetUserInfo"));
+    EXPECT_TRUE(lines[1].endsWith("  Path not foundmodFunc.FuncSetGraphBlkData"));
+    EXPECT_EQ(lines[2].mid(19), lines[1].mid(19));
+    QFile::remove(dir.file("DATA/C1"));
+    advance(30);
+    RunProc(1);
+    const DataLogFile f = ReadDataLog(dir.file("DATA/C1/20240131081507_1.log"));
+    ASSERT_EQ(f.rows.size(), 1);
+    EXPECT_EQ(f.rows[0].seconds, 90);
+}
+
 // Guards a full disk: the row that does not fit is cut off whole, the error
 // log says "Disk full", and the rows before and after it are whole.
 TEST_F(DataLog, AFullDiskLosesTheOneRowOnly) {
