@@ -27,7 +27,7 @@ constexpr int kTextBytes = 40;
 
 enum class Variant { PerChannel, Linked, QEL2200, QEL2300 };
 
-bool IsFamily(const QString& model) { return model == u"QEL2000" || model == u"QEL2100" || model == u"QEL2400"; }
+bool IsFamily(const QString& model) { return page::LayoutOf(model) == page::Layout::Family; }
 
 int VariantNumber(int c) { return static_cast<int>(Val(ChamberVariant[c])); }
 
@@ -221,8 +221,7 @@ void Step(Variant v, int16_t chamber, int k) {
     LogRec& log = Log[c];
     const auto channel = static_cast<int16_t>(k);
 
-    if (IsStopMode(chamber, channel)) {
-        r.StartTime[k - 1] = QDateTime();
+    if (IsStopMode(chamber, channel)) {  // it has cleared StartTime and the start-time caption
         StoppedSamples(v, c, k);
         const QDateTime& end = r.EndDate[k - 1];
         const int year = end.isValid() ? end.date().year() : 0;

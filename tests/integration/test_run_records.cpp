@@ -186,35 +186,44 @@ const QStringList kBothChannels = {"--set", "1:0x0004:1", "--set", "1:0x0006:1",
                                    "--set", "1:0x000D:555", "--set", "1:0x000E:123", "--set", "1:0x0023:4",
                                    "--set", "1:0x0025:6"};
 
-TEST_F(RunLine, HeatCoolFilesOfBothChannels) {
-    start(kBothChannels, [](const QString& folder) {
-        ASSERT_TRUE(qel::WriteProfileString("MODEL_ZZ", "1", "1", folder + "SetUserTag.ini"));
+class BothChannels : public RunLine, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(BothChannels, FilesByteForByte) {
+    const bool linked = GetParam();
+    const QByteArray hc = Text40("[QEL2100-HC] Programs RUN / PT NO. 4");
+    const struct {
+        bool linked;
+        QString file;
+        QByteArray bytes;
+    } runs[] = {
+        // Channel 1's last field is channel 2's MV as channel 2 last sampled it: none before its first row.
+        {false, "20240131081507_HC.log",
+         hc + Text40("CH1") + Row(60, {-20.0, 30.0, 55.5, 0.0}) + Row(120, {-20.0, 30.0, 55.5, 12.3})},
+        {false, "20240131081507_2.log",
+         Text40("[QEL2100-HC] Programs RUN / PT NO. 6") + Text40("CH2") + Row(60, {25.3, 45.5, 12.3}) +
+             Row(120, {25.3, 45.5, 12.3})},
+        {true, "20240131081507.log",
+         Text40("[QEL2100] Programs RUN / PT NO. 4") + Text40("") + Row(60, {-20.0, 30.0, 55.5, 25.3, 45.5, 12.3}) +
+             Row(120, {-20.0, 30.0, 55.5, 25.3, 45.5, 12.3})},
+    };
+    start(kBothChannels + (linked ? QStringList{"--set", "1:0x006D:1"} : QStringList{}), [&](const QString& f) {
+        if (!linked) {
+            ASSERT_TRUE(qel::WriteProfileString("MODEL_ZZ", "1", "1", f + "SetUserTag.ini"));  // heat-cool
+        }
     });
     for (int i = 0; i < 2; ++i) {
         clock.advance(60);
         ASSERT_TRUE(Ticks(*frame, 1));
     }
-    const QByteArray title = Text40("[QEL2100-HC] Programs RUN / PT NO. 4");
-    const QByteArray title2 = Text40("[QEL2100-HC] Programs RUN / PT NO. 6");
-    // Channel 1's last field is channel 2's MV as channel 2 last sampled it: none before its first row.
-    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507_HC.log").toHex(' ').toStdString(),
-              (title + Text40("CH1") + Row(60, {-20.0, 30.0, 55.5, 0.0}) + Row(120, {-20.0, 30.0, 55.5, 12.3}))
-                  .toHex(' ')
-                  .toStdString());
-    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507_2.log").toHex(' ').toStdString(),
-              (title2 + Text40("CH2") + Row(60, {25.3, 45.5, 12.3}) + Row(120, {25.3, 45.5, 12.3})).toHex(' ').toStdString());
+    int files = 0;
+    for (const auto& run : runs) {
+        if (run.linked != linked) continue;
+        ++files;
+        EXPECT_EQ(Bytes(folder + "DATA/Sim 1/" + run.file).toHex(' ').toStdString(), run.bytes.toHex(' ').toStdString())
+            << run.file.toStdString();
+    }
+    EXPECT_EQ(QDir(folder + "DATA/Sim 1").entryList(QDir::Files).size(), files);
 }
 
-TEST_F(RunLine, LinkedRunOneFile) {
-    start(kBothChannels + QStringList{"--set", "1:0x006D:1"});
-    for (int i = 0; i < 2; ++i) {
-        clock.advance(60);
-        ASSERT_TRUE(Ticks(*frame, 1));
-    }
-    const std::vector<double> fields = {-20.0, 30.0, 55.5, 25.3, 45.5, 12.3};
-    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507.log").toHex(' ').toStdString(),
-              (Text40("[QEL2100] Programs RUN / PT NO. 4") + Text40("") + Row(60, fields) + Row(120, fields))
-                  .toHex(' ')
-                  .toStdString());
-    EXPECT_EQ(QDir(folder + "DATA/Sim 1").entryList(QDir::Files).size(), 1);
-}
+INSTANTIATE_TEST_SUITE_P(Runs, BothChannels, ::testing::Values(false, true),
+                         [](const auto& info) { return std::string(info.param ? "Linked" : "HeatCool"); });

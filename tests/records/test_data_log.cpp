@@ -214,27 +214,6 @@ TEST_F(DataLog, AClockSetBackPausesTheRows) {
     EXPECT_EQ(seconds, (QList<int>{3600, 3615}));
 }
 
-// Guards a removed chamber folder in the middle of a run: the next row
-// makes folder and file again with their header, one error-log line says
-// so, and no other row is lost.
-TEST_F(DataLog, ARemovedFolderIsMadeAgainWithItsHeader) {
-    FileSave = 30;
-    Running(0, "QEL2000", 1);
-    RunProc(1);
-    QDir(dir.file("DATA/C1")).removeRecursively();
-    for (int i = 0; i < 3; ++i) {
-        advance(30);
-        RunProc(1);
-    }
-    const DataLogFile f = ReadDataLog(dir.file("DATA/C1/20240131081507_1.log"));
-    ASSERT_TRUE(f.ok());
-    EXPECT_EQ(f.title, "[QEL2000] Programs RUN / PT NO. 7");
-    ASSERT_EQ(f.rows.size(), 3);
-    EXPECT_EQ(f.rows[0].seconds, 30);
-    EXPECT_EQ(dir.errorLog().count("Path not foundmodFunc.FuncSetGraphBlkData"), 1) << dir.errorLog().toStdString();
-    EXPECT_EQ(dir.errorLog().count('\n'), 1);
-}
-
 // Guards a chamber folder that cannot be made (a file stands in its way):
 // every row is lost with one error-log line, the header's loss included,
 // and once the way is free the next row begins the file again.
