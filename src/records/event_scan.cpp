@@ -1,6 +1,7 @@
 #include "event_scan.h"
 
 #include "controls.h"
+#include "errorlog.h"
 #include "lamp_select.h"
 #include "message_log.h"
 #include "mode_checks.h"
@@ -160,7 +161,13 @@ private:
             message = QStringLiteral("  Chamber ") + n + QStringLiteral("     ") + word + state;
         }
         AddHistoryRow(chamber_, history);
-        WriteMessageLog(message, chamber_);
+        try {
+            WriteMessageLog(message, chamber_);
+        } catch (const RuntimeError& e) {
+            // A lost message-log line is said in the error log, and the
+            // scan goes on, so that the lamps still show the controller.
+            ErrorTail(e.description(), QStringLiteral("modCommControl.EventScan"));
+        }
     }
 
     // The DI alarm banner and names of the page.

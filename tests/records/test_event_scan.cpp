@@ -196,6 +196,20 @@ TEST_F(Events, QEL2200AndQEL2300TextsAndBases) {
     EXPECT_EQ(PageControls(2).get("Status_Lamp2300(2)").back, colors::kRed);
 }
 
+// Guards a message log that cannot be written: each lost line is one
+// error-log line, and the scan still logs the history and lights the lamps.
+TEST_F(Events, AnUnwritableMessageLogIsSaidAndTheScanGoesOn) {
+    Select(Log[0].Lamp2000[0], {Inner + 1, DO1 + 1});
+    QDir(dir.file("Message")).removeRecursively();
+    dir.write("Message", "in the way");
+    rec().EvtWordD[0] = 1;
+    rec().RelayWordB = 1;
+    EventScan(1, 1);
+    EXPECT_EQ(rows(), (QStringList{"CH2   Inner Signal 1 ON", "CH2   DO 1 ON"}));
+    EXPECT_EQ(lamp("Status_Lamp2000", 2), colors::kRed);
+    EXPECT_EQ(dir.errorLog().count("modCommControl.EventScan"), 2) << dir.errorLog().toStdString();
+}
+
 // Guards the selection rule: the entry's last character is 1.
 TEST(LampSelection, TheLastCharacterDecides) {
     EXPECT_TRUE(LampSelected("DI 3=1"));
