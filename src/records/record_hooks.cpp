@@ -6,12 +6,14 @@
 #include "runtime_error.h"
 #include "state.h"
 #include "station_hooks.h"
+#include "trend_file.h"
 
 namespace qel {
 
 void InstallRecordHooks() {
     ResetDataLog();
     ResetModeChecks();
+    ResetTrends();
     // The later models' poll blocks call the same hook; the model picks the variant.
     Hooks.runProc = [](int16_t chamber) {
         const QString& model = ChamberModel[ChamberIndex(chamber)];

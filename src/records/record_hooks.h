@@ -6,7 +6,7 @@
 namespace qel {
 
 // Also resets what the records keep for one program life (counts, the hold
-// flags and what the page checks saw).
+// flags, what the page checks saw, the trend counters).
 void InstallRecordHooks();
 void RemoveRecordHooks();
 

@@ -37,7 +37,7 @@ QString TimeText(int32_t s) {
 
 }  // namespace
 
-ChamberPage::ChamberPage(int16_t chamber, Operator& op) : chamber_(chamber), op_(op) {
+ChamberPage::ChamberPage(int16_t chamber, Operator& op) : chamber_(chamber), op_(op), trend_(chamber) {
     ControlSet& set = controls();
     set.clear();
     // A live value goes at once to the trend's legend and the large views.
@@ -123,12 +123,15 @@ void ChamberPage::SetPageCaptions() {
     set.setCaption(Indexed(u"lbl_Room2300"_s, 2), form(32));
     set.setCaption(Indexed(u"lbl_Room2300"_s, 3), form(34));
     set.setCaption(u"CWGraph1"_s, form(35));
+    set.setCaption(u"UpDown_Zoom"_s, form(29));
+    set.setCaption(u"Zoom_Cancel"_s, form(30));
 }
 
 void ChamberPage::Dis_Screens() {
     try {
         ReadLampSelect(chamber_);  // logs its own failure; what it read stays
         LayOutFrames();
+        trend_.setUp();
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), u"modFunc.Dis_Screens_Err"_s);
     }

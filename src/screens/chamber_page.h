@@ -55,6 +55,7 @@
 #include "controls.h"
 #include "operator.h"
 #include "page_layout.h"
+#include "trend_view.h"
 
 #include <QList>
 #include <QString>
@@ -114,6 +115,10 @@ public:
     // "PTNo2200", "Change_Ch2(1)"...). Clicks on other controls are ignored.
     void click(const QString& name);
 
+    // CWGraph1 with its span, zoom and colour keys (Combo1, UpDown_Zoom,
+    // Zoom_Cancel, ButtColor(i) are clicks and the span as above).
+    TrendView& trend() { return trend_; }
+
     // Opens a modal form; unset, nothing opens.
     std::function<void(PageForm form, const QString& argument)> openForm;
 
@@ -143,6 +148,7 @@ private:
     int16_t chamber_;
     Operator& op_;
     QList<HistoryRow> history_;
+    TrendView trend_;
 };
 
 }  // namespace qel

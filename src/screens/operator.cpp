@@ -22,6 +22,14 @@ QString ScriptedOperator::input(const QString& title, const QString& prompt, con
     return answer;
 }
 
+bool ScriptedOperator::chooseColor(int32_t& color) {
+    asked << QStringLiteral("color|") + QString::number(color);
+    if (colors.empty()) return false;
+    color = colors.front();
+    colors.pop_front();
+    return true;
+}
+
 void ScriptedOperator::progress(int value, int maximum) {
     progressValue = value;
     progressMaximum = maximum;

@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstdint>
 #include <deque>
 
 namespace qel {
@@ -20,6 +21,11 @@ public:
     virtual QString input(const QString& title, const QString& prompt, const QString& initial) = 0;
     // A progress bar: value of maximum; maximum 0 takes it down.
     virtual void progress(int value, int maximum) = 0;
+    // The colour dialog, opened on `color` (0x00BBGGRR); false when cancelled.
+    virtual bool chooseColor(int32_t& color) {
+        (void)color;
+        return false;
+    }
 };
 
 // Answers from a script, and a record of everything asked.
@@ -27,6 +33,7 @@ class ScriptedOperator final : public Operator {
 public:
     std::deque<bool> confirmations;  // when empty, confirm() answers `defaultConfirm`
     std::deque<QString> inputs;      // when empty, input() cancels
+    std::deque<int32_t> colors;      // when empty, chooseColor() cancels
     bool defaultConfirm = true;
     QStringList asked;  // "message|title|text", "confirm|title|text", "input|title|prompt"
     int progressValue = 0;
@@ -36,6 +43,7 @@ public:
     bool confirm(const QString& title, const QString& text) override;
     QString input(const QString& title, const QString& prompt, const QString& initial) override;
     void progress(int value, int maximum) override;
+    bool chooseColor(int32_t& color) override;
 };
 
 }  // namespace qel

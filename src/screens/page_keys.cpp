@@ -109,6 +109,12 @@ void ChamberPage::click(const QString& name) {
             Dis_Screens();  // the page shows its layout again
         } else if (t.base == u"lblColor") {
             controls().setValue(name, !controls().get(name).value);  // the plot's check box
+        } else if (t.base == u"ButtColor") {
+            trend_.chooseColor(t.index, op_);
+        } else if (t.base == u"UpDown_Zoom") {
+            trend_.zoomOn();
+        } else if (t.base == u"Zoom_Cancel") {
+            trend_.zoomCancel();
         }
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), logName);

@@ -18,6 +18,7 @@ ScreenForms::~ScreenForms() {
     Hooks.fixModeChanged = nullptr;
     Hooks.endTimeCaption = nullptr;
     Hooks.historyRow = nullptr;
+    Hooks.operationGraph = nullptr;
 }
 
 void ScreenForms::load(const std::function<void()>& step) {
@@ -55,6 +56,9 @@ void ScreenForms::installHooks() {
     };
     Hooks.historyRow = [this](int16_t chamber, const QString& time, const QString& text) {
         if (ChamberPage* p = page(chamber)) p->addHistoryRow(time, text);
+    };
+    Hooks.operationGraph = [this](int16_t chamber) {
+        if (ChamberPage* p = page(chamber)) p->trend().OperationGraph();
     };
 }
 

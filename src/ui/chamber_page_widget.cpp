@@ -1,9 +1,12 @@
 #include "chamber_page_widget.h"
 
+#include "trend_graph_widget.h"
+
 #include "page_parts.h"
 #include "settings_state.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QFrame>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -391,10 +394,32 @@ QWidget* ChamberPageWidget::buildSide(QWidget* parent) {
     auto* v = new QVBoxLayout(side);
     v->setContentsMargins(0, 0, 0, 0);
 
-    // The trend itself comes later; its place and legend are here.
+    // The trend: its span, zoom keys and the graph, then the legend.
     QFrame* graph = frame(side, QStringLiteral("CWGraph1"), "group");
     graph->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     graph->setMinimumHeight(60);
+    auto* g = new QVBoxLayout(graph);
+    g->setContentsMargins(2, 2, 2, 2);
+    auto* spanRow = new QHBoxLayout;
+    auto* span = new QComboBox(graph);
+    span->setObjectName(QStringLiteral("Combo1"));
+    for (int i = 0; i < TrendView::kSpans; ++i) {
+        const int m = SpanMinutes(i);
+        span->addItem(m < 60 ? QStringLiteral("%1 min").arg(m) : QStringLiteral("%1 h").arg(m / 60));
+    }
+    span->setCurrentIndex(page_.trend().span());
+    connect(span, &QComboBox::activated, this, [this](int index) {
+        page_.trend().setSpan(index);
+        refresh();
+    });
+    fonts_.emplace_back(span, Role::Small);
+    spanRow->addWidget(span);
+    spanRow->addWidget(key(graph, QStringLiteral("UpDown_Zoom"), Role::Small));
+    spanRow->addWidget(key(graph, QStringLiteral("Zoom_Cancel"), Role::Small));
+    spanRow->addStretch(1);
+    g->addLayout(spanRow);
+    graph_ = new TrendGraphWidget(page_.trend(), graph);
+    g->addWidget(graph_, 1);
     v->addWidget(graph, 5);
 
     // Legend: one row per channel (plots PV, SP, MV), the second and third
@@ -476,6 +501,7 @@ void ChamberPageWidget::applyControls() {
 void ChamberPageWidget::refresh() {
     applyControls();
     appendHistory();
+    if (graph_ && graph_->isVisible()) graph_->refresh();
 }
 
 void ChamberPageWidget::appendHistory() {

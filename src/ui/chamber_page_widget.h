@@ -30,6 +30,8 @@ namespace qel {
 class PageLabel;
 class KeyButton;
 
+class TrendGraphWidget;
+
 class ChamberPageWidget : public QWidget {
     Q_OBJECT
 public:
@@ -49,6 +51,7 @@ public:
     // no model frame shows). Each list: state caption (the chamber name with
     // its state word), PV, SP, MV, unit; "" for a field that is hidden.
     QList<QStringList> shownTexts() const;
+    TrendGraphWidget* graph() const { return graph_; }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -89,6 +92,7 @@ private:
     std::vector<std::pair<QWidget*, Role>> fonts_;
     std::vector<std::pair<int, QWidget*>> fullRows_;
     QTableWidget* history_ = nullptr;
+    TrendGraphWidget* graph_ = nullptr;
     qsizetype historyShown_ = 0;
     QTimer* sound_ = nullptr;
     double scale_ = 0;

@@ -1,5 +1,6 @@
 #include "qt_operator.h"
 
+#include <QColorDialog>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QProgressBar>
@@ -23,6 +24,14 @@ void QtOperator::progress(int value, int maximum) {
     if (!bar_) return;
     bar_->setMaximum(std::max(maximum, 1));
     bar_->setValue(std::min(value, std::max(maximum, 1)));
+}
+
+bool QtOperator::chooseColor(int32_t& color) {
+    const QColor start(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+    const QColor chosen = QColorDialog::getColor(start, parent_);
+    if (!chosen.isValid()) return false;
+    color = chosen.blue() << 16 | chosen.green() << 8 | chosen.red();
+    return true;
 }
 
 }  // namespace qel

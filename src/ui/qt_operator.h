@@ -19,6 +19,7 @@ public:
     bool confirm(const QString& title, const QString& text) override;
     QString input(const QString& title, const QString& prompt, const QString& initial) override;
     void progress(int value, int maximum) override;
+    bool chooseColor(int32_t& color) override;
 
 private:
     QPointer<QWidget> parent_;

@@ -1,0 +1,144 @@
+// The trend graph offscreen: with a file of 50000 rows and across the
+// rotation at 50001 it shows exactly the points of the file (read here line
+// by line), the zoom key turns on the rectangle, and the read-out names the
+// values under the mouse.
+#include "app_dir.h"
+#include "chamber_page.h"
+#include "chamber_page_widget.h"
+#include "clock.h"
+#include "page_controls.h"
+#include "settings_state.h"
+#include "state.h"
+#include "trend_graph_widget.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QComboBox>
+#include <QFile>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <qcustomplot.h>
+
+using namespace qel;
+
+namespace {
+
+// (time, value) of fields 1 to 9 of the file's first `counter` lines, each by time.
+std::array<QList<QPointF>, 10> FilePoints(const QString& path, int counter) {
+    QFile f(path);
+    std::array<QList<QPointF>, 10> out;
+    if (!f.open(QIODevice::ReadOnly)) return out;
+    const QList<QByteArray> lines = f.readAll().split('\n');
+    for (int i = 0; i < std::min<int>(counter, lines.size()); ++i) {
+        const QList<QByteArray> fields = lines[i].trimmed().split(',');
+        const QDate day = QDate::fromString(QString::fromLatin1(fields[0].left(10)), "yyyy-MM-dd");
+        const QTime time = QTime::fromString(QString::fromLatin1(fields[0].mid(11)), "hh:mm:ss");
+        const double t = static_cast<double>(QDateTime(day, time).toSecsSinceEpoch());
+        for (int p = 1; p < fields.size() && p <= 9; ++p) out[p].append(QPointF(t, static_cast<float>(fields[p].toDouble())));
+    }
+    for (auto& points : out)
+        std::stable_sort(points.begin(), points.end(), [](const QPointF& a, const QPointF& b) { return a.x() < b.x(); });
+    return out;
+}
+
+class TrendGraph : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ResetSettingsState();
+        ClearPageControls();
+        ResetTrends();
+        SetClock(&clock);
+        ChamberModel[0] = "QEL2100";
+        ChamberName[0] = "C1";
+        Chamber[0].ChannelCount = 2;
+        GraphInfo[1].Max = {200, 200, 200};
+        GraphInfo[1].Min = {-50, -50, -50};
+        page = std::make_unique<ChamberPage>(1, op);
+        page->load();
+        widget = std::make_unique<ChamberPageWidget>(*page);
+        widget->resize(1600, 900);
+        widget->show();
+    }
+    void TearDown() override {
+        widget.reset();
+        page.reset();
+        ResetAllState();
+        ResetSettingsState();
+    }
+    // n samples two seconds apart, the values moving with each.
+    void samples(int n) {
+        for (int i = 0; i < n; ++i, ++step) {
+            Chamber[0].PV = {20 + (step % 500) / 10.0, 50 - (step % 300) / 10.0, 0};
+            Chamber[0].SP = {30, 45.5, 0};
+            Chamber[0].MV = {double(step % 100), 12.5, 0};
+            clock.advanceMs(2000);
+            page->trend().OperationGraph();
+        }
+    }
+    void expectFile() {
+        widget->refresh();
+        const auto file = FilePoints(dir.file("1OPData.csv"), Trend(1).counter());
+        for (int plot : {1, 3, 4, 6}) {
+            SCOPED_TRACE(plot);
+            const QList<QPointF>& want = file[plot];
+            const QList<QPointF> shown = widget->graph()->points(plot);
+            ASSERT_EQ(shown.size(), want.size());
+            EXPECT_EQ(shown.first(), want.first());
+            EXPECT_EQ(shown.last(), want.last());
+            EXPECT_TRUE(shown == want);
+        }
+    }
+    qeltest::AppDir dir;
+    ManualClock clock;
+    ScriptedOperator op;
+    std::unique_ptr<ChamberPage> page;
+    std::unique_ptr<ChamberPageWidget> widget;
+    int step = 0;
+};
+
+}  // namespace
+
+// Guards what the operator sees against the file: 50000 rows drawn, then a
+// few more read only as they come, then the rotation at 50001 and after it.
+TEST_F(TrendGraph, ShowsThePointsOfTheFileAcrossTheRotation) {
+    samples(49990);
+    expectFile();
+    samples(10);
+    expectFile();
+    EXPECT_EQ(widget->graph()->points(1).size(), 50000);
+    samples(1);
+    EXPECT_EQ(Trend(1).counter(), 49001);
+    expectFile();
+    samples(3);
+    expectFile();
+    EXPECT_EQ(widget->graph()->points(1).size(), 49004);
+    EXPECT_FALSE(widget->graph()->plot()->graph(6)->visible());  // plot 7: a QEL2100 has no channel 3
+}
+
+// Guards the keys around the graph: the span combo sets the time axis, the
+// zoom key turns on the rectangle and Zoom off turns it off; the read-out
+// gives the time and the values at a sample.
+TEST_F(TrendGraph, SpanZoomAndReadout) {
+    samples(5);
+    widget->refresh();
+    auto* span = widget->findChild<QComboBox*>("Combo1");
+    ASSERT_NE(span, nullptr);
+    span->setCurrentIndex(0);
+    emit span->activated(0);
+    QCPAxis* time = widget->graph()->axis(1);
+    EXPECT_EQ(time->range().size(), 600);
+    widget->findChild<QAbstractButton*>("UpDown_Zoom")->click();
+    EXPECT_EQ(widget->graph()->plot()->selectionRectMode(), QCP::srmZoom);
+    widget->findChild<QAbstractButton*>("Zoom_Cancel")->click();
+    EXPECT_EQ(widget->graph()->plot()->selectionRectMode(), QCP::srmNone);
+
+    const double t = widget->graph()->points(1).at(2).x();
+    const QString readout = widget->graph()->readoutAt(t + 1);
+    EXPECT_TRUE(readout.startsWith(QDateTime::fromSecsSinceEpoch(qint64(t)).toString("yyyy/MM/dd hh:mm:ss"))) << readout.toStdString();
+    EXPECT_TRUE(readout.contains("PV1 20.2")) << readout.toStdString();
+    EXPECT_TRUE(readout.contains("SP2 45.5"));
+    EXPECT_FALSE(readout.contains("PV3"));
+    EXPECT_TRUE(widget->graph()->readoutAt(t - 3600).isEmpty());
+}
