@@ -8,7 +8,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$(nproc)" --target qelsim qelstation test_model_pages
+cmake --build build -j"$(nproc)" --target qelsim qelstation test_model_pages test_trend_graph
 out="$PWD/docs/screenshots"
 mkdir -p "$out"
 work="$(mktemp -d)"
@@ -59,4 +59,7 @@ PY
 for n in 4 9 16 25 30; do shot "overview-$n" "$n"; done
 shot page-live-qel2000 1
 QEL_SCREENSHOT_DIR="$out" QT_QPA_PLATFORM=xcb xvfb-run -a -s "$screen" build/tests/ui/test_model_pages >/dev/null
+# A week of simulated trend (the last day on screen).
+QEL_SCREENSHOT_DIR="$out" QT_QPA_PLATFORM=xcb xvfb-run -a -s "$screen" build/tests/ui/test_trend_graph \
+  --gtest_filter='*WeekOfTrend*' >/dev/null
 ls "$out"

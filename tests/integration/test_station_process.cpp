@@ -351,6 +351,13 @@ TEST(StationDataLog, RunRowsSurviveAFullDiskAndARemovedFolder) {
     EXPECT_EQ(line.errorLog().count("Path not foundmodFunc.FuncSetGraphBlkData"), 1);
     EXPECT_GT(before, 2);
 
+    // The trend file is kept headless as with a window: a line every 2 s or more, 6 values (QEL2000).
+    QFile trend(line.folder() + "/1OPData.csv");
+    ASSERT_TRUE(trend.open(QIODevice::ReadOnly));
+    const QList<QByteArray> samples = trend.readAll().trimmed().split('\n');
+    EXPECT_GE(samples.size(), 4);
+    for (const QByteArray& l : samples) EXPECT_EQ(l.trimmed().split(',').size(), 7) << l.toStdString();
+
     ASSERT_FALSE(line.command("key 1 1 4").isNull());  // the stop key on the controller
     EXPECT_TRUE(ReadUntil(station, [](const QJsonObject& o) { return o["DataLog"].toArray()[0].toString().isEmpty(); }));
     ExpectOrderlyEnd(station, line);

@@ -3,6 +3,9 @@
 // by line), the zoom key turns on the rectangle, and the read-out names the
 // values under the mouse.
 #include "app_dir.h"
+#include "app_folder.h"
+#include "graph_settings.h"
+#include "language.h"
 #include "chamber_page.h"
 #include "chamber_page_widget.h"
 #include "clock.h"
@@ -14,6 +17,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
 #include <algorithm>
 #include <array>
@@ -66,6 +70,7 @@ protected:
         page.reset();
         ResetAllState();
         ResetSettingsState();
+        ClearLanguageTables();
     }
     // n samples two seconds apart, the values moving with each.
     void samples(int n) {
@@ -141,4 +146,49 @@ TEST_F(TrendGraph, SpanZoomAndReadout) {
     EXPECT_TRUE(readout.contains("SP2 45.5"));
     EXPECT_FALSE(readout.contains("PV3"));
     EXPECT_TRUE(widget->graph()->readoutAt(t - 3600).isEmpty());
+}
+
+// A week of a simulated two-channel program (8-hour cycles of ramps and
+// soaks, PV following SP with a lag) through Operation_Graph every 2 s, the
+// rotations included, and the page that shows its last day. Only with
+// QEL_SCREENSHOT_DIR set: the picture of the README.
+TEST_F(TrendGraph, AWeekOfTrendPicture) {
+    const QString pictures = qEnvironmentVariable("QEL_SCREENSHOT_DIR");
+    if (pictures.isEmpty()) GTEST_SKIP() << "pictures only";
+    FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), dir.path());
+    Language = "ENG";
+    LoadLanguage();
+    ReadDataGraph(0);
+    ChamberName[0] = "Humidity cabinet";
+    ChamberUse[0] = "1";
+    ChamberAddress[0] = "1";
+    ChamberUnit[0][0] = "°C";
+    ChamberUnit[1][0] = "%";
+    Chamber[0].DP = {"0", "0", ""};
+    Chamber[0].Status = {1, 1, 0};
+    const double steps[][2] = {{-40, 30}, {-40, 30}, {85, 85}, {85, 85}, {150, 20}, {150, 20}, {25, 50}, {25, 50}};
+    double pv[2] = {25, 50};
+    for (int s = 0; s < 7 * 24 * 1800; ++s) {
+        const int phase = (s / 900) % 16;  // half an hour a step
+        for (int k = 0; k < 2; ++k) {
+            const double target = steps[phase / 2][k];
+            const double from = steps[(phase / 2 + 7) % 8][k];
+            const double sp = phase % 2 == 0 ? from + (target - from) * (s % 900) / 900.0 : target;
+            pv[k] += (sp - pv[k]) * 0.004 + 0.01 * std::sin(s / 37.0 + k);
+            Chamber[0].SP[k] = std::round(sp * 10) / 10;
+            Chamber[0].PV[k] = std::round(pv[k] * 10) / 10;
+            Chamber[0].MV[k] = std::round(std::clamp(50 + (sp - pv[k]) * 4, 0.0, 100.0) * 10) / 10;
+        }
+        clock.advanceMs(2000);
+        page->trend().OperationGraph();
+    }
+    page->load();  // captions, scales and colours of the shipped settings
+    page->refresh();
+    page->addHistoryRow("2026/11/23 09:00:00", "CH1    START RUN");
+    widget->resize(1920, 1000);
+    widget->refresh();
+    QApplication::processEvents();
+    EXPECT_EQ(widget->graph()->points(1).size(), Trend(1).shownRows());
+    QDir().mkpath(pictures);
+    widget->grab().save(pictures + "/page-trend-week.png");
 }
