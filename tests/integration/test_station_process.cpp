@@ -4,6 +4,9 @@
 #include "line_fixture.h"
 #include "link.h"
 #include "main_window.h"
+#include "trend_file.h"
+#include "trend_graph_widget.h"
+#include "trend_points.h"
 #include "profile.h"
 #include "state.h"
 
@@ -23,6 +26,7 @@
 #include <gtest/gtest.h>
 
 using namespace qeltest;
+using qeltest::FilePoints;
 
 namespace {
 
@@ -157,6 +161,38 @@ TEST_F(GuiStation, SettingsProblemAndPageKeys) {
     EXPECT_GT(line.requests(1), before);  // the poll went on
     EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);
     EXPECT_TRUE(key("RUN_Stop_Key2000(2)")->isChecked());  // the key shows the stopped channel still
+}
+
+// The page of the one chamber, fed by qelsim through the station's own poll,
+// crosses the rotation at 50001 samples and shows the points the file holds:
+// the trend was filled to 49996 samples before (dated in the past), the poll
+// adds the rest every 2 s.
+TEST_F(GuiStation, TrendOfAQelsimRunAcrossTheRotation) {
+    SimLine line;
+    ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}}, kServed.mid(0, 12))) << line.sim.stderrText().toStdString();
+    ASSERT_TRUE(qel::WriteProfileString("Set", "MAX_CHAMBER_NO", "1", line.folder() + "/SetUserTag.ini"));
+    qel::AppPath = line.folder() + "/";
+    window = std::make_unique<qel::MainWindow>();
+    window->frame().load();
+    window->show();
+    auto* graph = window->findChild<qel::TrendGraphWidget*>();
+    ASSERT_NE(graph, nullptr);
+    ASSERT_TRUE(QTest::qWaitFor([] { return qel::Trend(1).counter() >= 1; }, 10000));
+    // Earlier samples, in the file as the station writes them (the counter counts them).
+    const QDateTime start = QDateTime::currentDateTime().addSecs(-2 * 50000);
+    for (int i = 0; i < 49995; ++i) qel::Trend(1).addSample(1, start.addSecs(2 * i));
+    ASSERT_TRUE(QTest::qWaitFor([] { return qel::Trend(1).counter() > 49000 && qel::Trend(1).counter() < 49010; },
+                                30000));  // 50001 passed: 1000 lines left
+    ASSERT_TRUE(QTest::qWaitFor([] { return qel::Trend(1).counter() >= 49003; }, 15000));
+    QTest::qWait(300);  // the page drew the last sample
+    const auto file = FilePoints(line.folder() + "/1OPData.csv", qel::Trend(1).counter());
+    for (int plot : {1, 2, 4, 5}) {
+        SCOPED_TRACE(plot);
+        const QList<QPointF> shown = graph->points(plot);
+        ASSERT_EQ(shown.size(), file[plot].size());
+        EXPECT_TRUE(shown == file[plot]);
+    }
+    EXPECT_EQ(file[1].last().y(), -20.0f);  // what qelsim serves: PV -20.0 on channel 1
 }
 
 // Chamber 1 misbehaves at random (late among the draws): no record holds a value that was not

@@ -143,3 +143,15 @@ TEST_F(Trend, ASampleThatCannotBeWrittenIsLogged) {
     EXPECT_EQ(v.shownRows(), 1);
     EXPECT_EQ(qel::Trend(1).counter(), 2);
 }
+
+// Guards lines that are no samples: left out of the graph, and said once in
+// the error log however often the graph reads the file.
+TEST_F(Trend, LinesThatAreNoSamplesAreSaidOnce) {
+    TrendView v = made("QEL2000");
+    v.OperationGraph();
+    dir.write("1OPData.csv", dir.read("1OPData.csv") + "garbage\r\n");
+    v.OperationGraph();
+    for (int i = 0; i < 3; ++i) v.rows();
+    EXPECT_EQ(v.shownRows(), 3);
+    EXPECT_EQ(dir.errorLog().count("Type mismatchmodCommControl.Operation_Graph"), 1) << dir.errorLog().toStdString();
+}
