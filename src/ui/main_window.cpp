@@ -4,6 +4,8 @@
 #include "captions.h"
 #include "chamber_page_widget.h"
 #include "config_report.h"
+#include "display_dialog.h"
+#include "graph_set_dialog.h"
 #include "language.h"
 #include "link.h"
 #include "overview_widget.h"
@@ -207,9 +209,19 @@ void MainWindow::showPage(int chamber) {
     refresh();
 }
 
-// The page's modal forms come with later versions; until then the poll the
-// page stopped for them starts again at once.
-void MainWindow::openPageForm(PageForm) {
+// The page's modal forms: the graph settings of the chamber on display; the
+// others come with later versions, and until then the poll the page stopped
+// for them starts again at once.
+void MainWindow::openPageForm(PageForm form) {
+    if (form == PageForm::GraphSet) {
+        GraphSetDialog dialog(0, [this] {
+            ApplyGraphSettings(frame_->screens());
+            refresh();
+        }, this);
+        dialog.form().setAfterTick([this] { refresh(); });
+        dialog.exec();  // its close starts ReadComm again
+        return;
+    }
     QMessageBox::information(this, QStringLiteral("QEL Station"),
                              QStringLiteral("This screen is not part of this version of the station yet."));
     EnableReadComm(true);
@@ -219,6 +231,18 @@ bool MainWindow::openModal(FrameForm form) {
     if (form == FrameForm::About) {
         AboutDialog about(this);
         about.exec();
+        return true;
+    }
+    if (form == FrameForm::Display) {
+        // A language switch re-captions the frame and the screens behind it.
+        DisplayDialog dialog([this] {
+            caption();
+            RecaptionScreens(frame_->screens());
+            if (overview_) overview_->setWindowTitle(MainFrame::toolTip(1));
+            refresh();
+        }, this);
+        dialog.form().setAfterTick([this] { refresh(); });
+        dialog.exec();  // its close starts ReadComm again
         return true;
     }
     QMessageBox::information(this, QStringLiteral("QEL Station"),
