@@ -47,4 +47,8 @@ QString Dec2Hex(float value, int scale, int16_t chamber) {
 
 QString Dec2Hex2(float value, int scale, int16_t chamber) { return Scaled(value, scale, chamber, 2); }
 
+QString Dec2HexOfChannel(float value, int scale, int16_t chamber, int channel) {
+    return Scaled(value, scale, chamber, channel);
+}
+
 }  // namespace qel

@@ -17,4 +17,8 @@ QString Dec2Hex(float value, int scale, int16_t chamber);
 // The same, scaled by the DP of channel 2 whatever the panel says.
 QString Dec2Hex2(float value, int scale, int16_t chamber);
 
+// The same, scaled by the DP of the channel given (1 to 3): the pattern
+// transfers scale by the channel they transfer.
+QString Dec2HexOfChannel(float value, int scale, int16_t chamber, int channel);
+
 }  // namespace qel

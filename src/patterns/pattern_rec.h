@@ -53,6 +53,10 @@ struct PatternRec {
 // The working copy.
 extern PatternRec Pattern;
 
+// SegSignal1..8 and SegAux1..4 in their order.
+std::array<SegmentTexts*, 8> SegSignals(PatternRec& record);
+std::array<SegmentTexts*, 4> SegAuxes(PatternRec& record);
+
 // The segments a record has: the count of SegTime elements before the first
 // empty one.
 int SegmentsOf(const PatternRec& record);

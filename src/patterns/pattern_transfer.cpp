@@ -1,0 +1,216 @@
+#include "pattern_transfer.h"
+
+#include "clock.h"
+#include "dec2hex.h"
+#include "errorlog.h"
+#include "language.h"
+#include "modbus.h"
+#include "reply_text.h"
+#include "runtime_error.h"
+#include "state.h"
+#include "vbtext.h"
+
+namespace qel {
+
+int16_t TailDirty = 0;
+
+namespace {
+
+constexpr int kHeader = 0x0474;
+constexpr int kSegment = 0x0464;
+constexpr int kTail = 0x047D;
+
+// A block read the chamber did not answer.
+struct CommFailure {};
+
+// One transfer: its chamber, channel and the editor's keys.
+class Transfer {
+public:
+    Transfer(int16_t chamber, int channelIndex, const TransferUi& ui)
+        : chamber_(chamber), channel_(channelIndex + 1), ui_(ui) {}
+
+    bool stopped() const { return ui_.stopped && ui_.stopped(); }
+    void progress(int value, int maximum) const {
+        if (ui_.progress) ui_.progress(value, maximum, QStringLiteral("%1 of %2").arg(value).arg(maximum));
+    }
+    void message(const QString& title, const QString& text) const {
+        if (ui_.message) ui_.message(title, text);
+    }
+    void pause(int times) const { WaitSec(times * PCSpeed / 1000.0); }
+
+    void write(const QString& body) const {
+        int16_t minLen = 4;
+        ModbusTransact(QString(), minLen, chamber_, 0, body);
+    }
+    // A block of 82 registers; "" when the chamber did not answer.
+    QString read(const QString& body) const {
+        int16_t minLen = 334;
+        const QString r = ModbusTransact(QStringLiteral("&H3A4"), minLen, chamber_, 0, body);
+        return CommError[ChamberIndex(chamber_)] == -1 ? QString() : r;
+    }
+
+    // Plain values are written as they are, set points scaled by the
+    // channel transferred.
+    QString hex(const QString& text) const { return Dec2HexOfChannel(static_cast<float>(Val(text)), 0, chamber_, channel_); }
+    QString hex(int value) const { return Dec2HexOfChannel(static_cast<float>(value), 0, chamber_, channel_); }
+    QString setPoint(const QString& text) const {
+        return Dec2HexOfChannel(static_cast<float>(Val(text)), -1, chamber_, channel_);
+    }
+    // An empty signal, aux or flag element goes as "0000".
+    QString hexOrZero(const QString& text) const { return text.isEmpty() ? QStringLiteral("0000") : hex(text); }
+
+    QString plain(const QString& reply, int first, int reg) const {
+        return QString::number(RegisterAt(reply, first, reg));
+    }
+    QString scaled(const QString& reply, int first, int reg) const {
+        const QString dp = Chamber[ChamberIndex(chamber_)].DP[ChannelIndex(channel_)].trimmed();
+        const int16_t raw = RegisterAt(reply, first, reg);
+        if (dp.isEmpty()) return QString::number(raw);
+        return Format(raw / Val(u'1' + dp), QStringLiteral("###0.") + dp);
+    }
+
+    int16_t chamber_;
+    int channel_;
+    const TransferUi& ui_;
+};
+
+void ReadSegment(const Transfer& t, const QString& r, PatternRec& rec, int i) {
+    rec.SegSP[i] = t.scaled(r, kSegment, kSegment);
+    rec.SegTime[i] = QString::number(int32_t{RegisterAt(r, kSegment, kSegment + 1)} * 3600 +
+                                     RegisterAt(r, kSegment, kSegment + 2));
+    for (int k = 0; k < 8; ++k) (*SegSignals(rec)[k])[i] = t.plain(r, kSegment, kSegment + 3 + k);
+    for (int k = 0; k < 4; ++k) (*SegAuxes(rec)[k])[i] = t.plain(r, kSegment, kSegment + 11 + k);
+    rec.SegUse[i] = t.plain(r, kSegment, 0x048E);
+}
+
+void ReadTail(const Transfer& t, const QString& r, PatternRec& rec, int channelIndex) {
+    rec.PatternRepeat = t.plain(r, kTail, 0x047D);
+    rec.EndMode = t.plain(r, kTail, 0x047E);
+    rec.ChannelRepeat = t.plain(r, kTail, channelIndex == 0 ? 0x047F : 0x0480);
+    for (int k = 0; k < 4; ++k) {
+        rec.LoopStart[k] = t.plain(r, kTail, 0x0482 + 3 * k);
+        rec.LoopEnd[k] = t.plain(r, kTail, 0x0483 + 3 * k);
+        rec.LoopCount[k] = t.plain(r, kTail, 0x0484 + 3 * k);
+    }
+}
+
+}  // namespace
+
+PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const TransferUi& ui) {
+    PatternRec rec;
+    const Transfer t(chamber, channelIndex, ui);
+    try {
+        t.write(QStringLiteral("06044B") + t.hex(channelIndex));
+        t.write(QStringLiteral("06044C") + t.hex(patternNo));
+        if (t.stopped()) return rec;
+        t.write(QStringLiteral("0604520002"));
+        const QString header = t.read(QStringLiteral("0304740052"));
+        if (header.isEmpty()) throw CommFailure();
+        const int count = RegisterAt(header, kHeader, kHeader);
+        t.progress(1, count);
+        rec.StartType = t.plain(header, kHeader, 0x0475);
+        rec.StartSP = t.scaled(header, kHeader, channelIndex == 0 ? 0x0476 : 0x0477);
+        for (int i = 1; i <= std::min(count, kPatternSegments); ++i) {
+            if (t.stopped()) break;
+            t.progress(i, count);
+            t.write(QStringLiteral("06044D") + t.hex(i));
+            t.pause(1);
+            if (t.stopped()) break;
+            t.write(QStringLiteral("0604520002"));
+            t.pause(4);
+            const QString seg = t.read(QStringLiteral("0304640052"));
+            if (seg.isEmpty()) throw CommFailure();
+            ReadSegment(t, seg, rec, i - 1);
+        }
+        rec.SegmentCount = QString::number(count);
+        rec.PatternNo = QString::number(patternNo);
+        t.write(QStringLiteral("10044B000810") + t.hex(channelIndex) + t.hex(patternNo) +
+                QStringLiteral("000000010001000100010002"));
+        const QString tail = t.read(QStringLiteral("03047D0052"));
+        if (tail.isEmpty()) throw CommFailure();
+        ReadTail(t, tail, rec, channelIndex);
+    } catch (const CommFailure&) {
+        t.message(QStringLiteral("Error"), Lang(QStringLiteral("QELMessage"), 14));
+    } catch (const RuntimeError& e) {
+        TryWriteErrorLog(QStringLiteral("Pattern read error") + e.description());
+    }
+    return rec;
+}
+
+int16_t PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int channelIndex, const TransferUi& ui) {
+    const Transfer t(chamber, channelIndex, ui);
+    try {
+        // The count as the save has always made it: all 101 filled leaves it at 1.
+        int last = 0;
+        for (int i = 0; i < kPatternSegments; ++i)
+            if (rec.SegTime[i].isEmpty()) {
+                last = i - 1;
+                break;
+            }
+        const int count = last + 1;
+        t.progress(1, count);
+        const QString channel = t.hex(channelIndex), pattern = t.hex(patternNo);
+        t.write(QStringLiteral("06044B") + channel);
+        t.write(QStringLiteral("100450000306") + pattern + pattern + QStringLiteral("0005"));
+        t.write(QStringLiteral("10044B000306") + channel + pattern + QStringLiteral("0000"));
+        if (t.stopped()) return -1;
+        t.write(QStringLiteral("060475") + t.hex(rec.StartType));
+        t.write((channelIndex == 0 ? QStringLiteral("060476") : QStringLiteral("060477")) + t.setPoint(rec.StartSP));
+        t.write(QStringLiteral("0604520003"));
+        t.pause(4);
+        int32_t total = 0;
+        for (int i = 0; i < count; ++i) {
+            if (t.stopped()) return -1;
+            const int32_t secs = static_cast<int32_t>(Val(rec.SegTime[i]));
+            total += secs;
+            t.write(QStringLiteral("06044D") + t.hex(i + 1));
+            t.pause(1);
+            const int32_t h = (secs - secs % 3600) / 3600;
+            const int32_t rest = secs - 3600 * h;
+            const int32_t m = (rest - rest % 60) / 60;
+            const int32_t s = rest - 60 * m;
+            // The hours register carries one more than the hours, and a read
+            // does not take it off: read and saved again, every segment comes
+            // back an hour longer, as the controllers have always had it.
+            QString body = QStringLiteral("100464000B16") + t.setPoint(rec.SegSP[i]) + t.hex(h + 1) + t.hex(60 * m + s);
+            for (SegmentTexts* sig : SegSignals(rec)) {
+                if ((*sig)[i].isEmpty()) (*sig)[i] = QStringLiteral("0000");
+                body += t.hex((*sig)[i]);
+            }
+            t.write(body);
+            QString aux = QStringLiteral("10046F000408");
+            for (SegmentTexts* a : SegAuxes(rec)) {
+                if ((*a)[i].isEmpty()) (*a)[i] = QStringLiteral("0000");
+                aux += t.hex((*a)[i]);
+            }
+            t.write(aux);
+            if (t.stopped()) return -1;
+            t.write(QStringLiteral("06048E") + t.hexOrZero(rec.SegUse[i]));
+            t.write(QStringLiteral("0604520003"));
+            t.pause(4);
+            t.progress(i + 1, count);
+        }
+        rec.SegmentCount = QString::number(count);
+        rec.TotalTime = total;
+        if (TailDirty == 0) return -1;
+
+        t.write(QStringLiteral("10044B000306") + channel + pattern + QStringLiteral("0000"));
+        auto atLeastOne = [&](const QString& v) { return Val(v) == 0 ? QStringLiteral("0001") : t.hex(v); };
+        const QString repeat = atLeastOne(rec.PatternRepeat), channelRepeat = atLeastOne(rec.ChannelRepeat);
+        const QString endMode = t.hexOrZero(rec.EndMode);
+        // The other channel's repeat is set to 1.
+        t.write(QStringLiteral("10047D000408") + repeat + endMode +
+                (channelIndex == 0 ? channelRepeat + QStringLiteral("0001") : QStringLiteral("0001") + channelRepeat));
+        QString loops = QStringLiteral("100482000C18");
+        for (int k = 0; k < 4; ++k) loops += t.hexOrZero(rec.LoopStart[k]) + t.hexOrZero(rec.LoopEnd[k]) + t.hexOrZero(rec.LoopCount[k]);
+        t.write(loops);
+        t.write(QStringLiteral("0604520003"));
+        t.pause(4);
+    } catch (const RuntimeError& e) {
+        t.message(QStringLiteral("Pattern save"), QStringLiteral("Pattern save error"));
+        TryWriteErrorLog(QStringLiteral("Pattern save error") + e.description());
+    }
+    return -1;
+}
+
+}  // namespace qel
