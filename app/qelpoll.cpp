@@ -2,6 +2,7 @@
 // scripts, through the same exchange and poll block as the station.
 #include "clock.h"
 #include "link.h"
+#include "pattern_cli.h"
 #include "qel2000_poll.h"
 #include "record_json.h"
 #include "remote_keys.h"
@@ -38,6 +39,9 @@ struct PollOptions {
     int channel = 1;
     bool json = false;
     QString appDir;
+    int readPattern = 0;  // 0: no pattern is read
+    QString ptn;          // the file it goes to
+    QString writePattern; // a .PTN file to write into the controller
 };
 
 // The line speeds a controller's serial port is set to.
@@ -116,6 +120,15 @@ QString CheckOptions(const QCommandLineParser& p, PollOptions& o) {
         return QStringLiteral("unexpected argument ") + Quoted(p.positionalArguments().constFirst());
     o.json = p.isSet(QStringLiteral("json"));
     o.appDir = value("app-dir");
+    if (p.isSet(QStringLiteral("read-pattern")) &&
+        !WholeNumber(value("read-pattern"), 1, 999, &o.readPattern))
+        return Refusal("read-pattern", "a pattern number 1 to 999", value("read-pattern"));
+    o.ptn = value("ptn");
+    o.writePattern = value("write-pattern");
+    if (o.readPattern && o.ptn.isEmpty()) return QStringLiteral("--read-pattern needs --ptn FILE");
+    if (o.readPattern && !o.writePattern.isEmpty()) return QStringLiteral("--read-pattern and --write-pattern exclude each other");
+    if ((o.readPattern || !o.writePattern.isEmpty()) && o.channel > ChannelCountOf(o.model))
+        return QStringLiteral("a %1 has no channel %2").arg(o.model).arg(o.channel);
     return QString();
 }
 
@@ -193,6 +206,15 @@ int main(int argc, char** argv) {
                  QStringLiteral("key")});
     p.addOption({QStringLiteral("channel"), QStringLiteral("Channel the key goes to (1 to 3)."), QStringLiteral("k"),
                  QStringLiteral("1")});
+    p.addOption({QStringLiteral("read-pattern"),
+                 QStringLiteral("Read pattern n of --channel from the controller into the .PTN file --ptn."),
+                 QStringLiteral("n")});
+    p.addOption({QStringLiteral("ptn"), QStringLiteral("The .PTN file --read-pattern writes."), QStringLiteral("file")});
+    p.addOption({QStringLiteral("write-pattern"),
+                 QStringLiteral("Write a .PTN file into the controller (the pattern number it holds, channel "
+                                "--channel): the pattern is cleared and written whole. A bad file is refused "
+                                "before anything is sent."),
+                 QStringLiteral("file")});
     p.addOption({QStringLiteral("app-dir"),
                  QStringLiteral("Folder whose Error/ subfolder takes the error log (default: a per-user data folder)."),
                  QStringLiteral("dir")});
@@ -230,9 +252,22 @@ int main(int argc, char** argv) {
     Chamber[0].ChannelCount = ChannelCountOf(o.model);
     for (size_t k = 0; k < o.dp.size(); ++k) Chamber[0].DP[k] = QString(o.dp[k], u'0');
 
+    int filePattern = 0;
+    if (!o.writePattern.isEmpty())
+        if (const QString why = PatternFileProblem(o.writePattern, o.channel, &filePattern); !why.isEmpty())
+            return Refuse(why);
+
     InstallQtLink();
     OpenLink();
     if (Protocol == u"ETH") WaitSec(PCSpeed / 1000.0);
+
+    if (o.readPattern || filePattern) {
+        const int rc = o.readPattern ? ReadPatternToFile(o.readPattern, o.channel, o.ptn)
+                                     : WritePatternFile(o.writePattern, filePattern, o.channel);
+        ClosePort(PortNumber);
+        RemoveLink();
+        return rc;
+    }
 
     if (!o.key.isEmpty()) {
         StatusPanel3 = QString::number(o.channel);  // the key routines take the channel from here

@@ -84,6 +84,8 @@ public:
     int patternPass() const { return pass_; }
 
     const ChannelPhysics& physics() const { return physics_; }
+    // The program a run key starts from now on (a pattern stored by the line).
+    void setProgram(std::vector<Segment> program) { physics_.program = std::move(program); }
 
 private:
     void stepOnce(double dt, const ChannelSettings& s);

@@ -107,6 +107,10 @@ void Qel2000Model::pressKey(int channel, int key) {
     Channel& c = ch_[i];
     switch (key) {
         case 1:
+            if (!c.running()) {
+                std::vector<Segment> stored = storedProgram(i, static_cast<int16_t>(reg(Regs[i].ptNo)));
+                if (!stored.empty()) c.setProgram(std::move(stored));
+            }
             c.run(settings(i));
             break;
         case 2:
@@ -127,7 +131,67 @@ void Qel2000Model::pressKey(int channel, int key) {
     refresh();
 }
 
+namespace {
+
+constexpr int WindowChannel = 0x044B, WindowPattern = 0x044C, WindowSegment = 0x044D;
+constexpr int WindowFrom = 0x0450, WindowTo = 0x0451, WindowCommand = 0x0452;
+
+// The registers of the data window for an item: the pattern's header and
+// tail, or a segment's values and its flag.
+std::vector<int> WindowOf(int segment) {
+    std::vector<int> w;
+    if (segment == 0) {
+        for (int r = 0x0474; r <= 0x0477; ++r) w.push_back(r);
+        for (int r = 0x047D; r <= 0x048D; ++r) w.push_back(r);
+    } else {
+        for (int r = 0x0464; r <= 0x0472; ++r) w.push_back(r);
+        w.push_back(0x048E);
+    }
+    return w;
+}
+
+}  // namespace
+
+void Qel2000Model::patternCommand(int command) {
+    const int ch = reg(WindowChannel), p = reg(WindowPattern), seg = reg(WindowSegment);
+    if (command == 2) {
+        const auto item = patterns_.find({ch, p, seg});
+        for (int r : WindowOf(seg)) put(r, item == patterns_.end() ? 0 : item->second.count(r) ? item->second.at(r) : 0);
+        if (seg == 0) {
+            int n = 0;
+            while (patterns_.count({ch, p, n + 1})) ++n;
+            put(0x0474, static_cast<uint16_t>(n));  // the segment count is the controller's own
+        }
+    } else if (command == 3) {
+        auto& item = patterns_[{ch, p, seg}];
+        for (int r : WindowOf(seg)) item[r] = reg(r);
+    } else if (command == 5) {
+        for (auto it = patterns_.begin(); it != patterns_.end();) {
+            const auto [c, pattern, s] = it->first;
+            (void)s;
+            it = c == ch && pattern >= reg(WindowFrom) && pattern <= reg(WindowTo) ? patterns_.erase(it) : std::next(it);
+        }
+    }
+}
+
+// Segments of a stored pattern: the set point, and the hours register times
+// an hour plus the remainder (the line writes hours one higher, so a stored
+// segment runs an hour longer than the editor showed).
+std::vector<Segment> Qel2000Model::storedProgram(int index, int pattern) const {
+    std::vector<Segment> program;
+    for (int s = 1; patterns_.count({index, pattern, s}); ++s) {
+        const auto& item = patterns_.at({index, pattern, s});
+        const auto at = [&](int r) { return item.count(r) ? item.at(r) : uint16_t{0}; };
+        program.push_back({fromRaw(at(0x0464), decimals(index + 1)), at(0x0465) * 3600 + at(0x0466)});
+    }
+    return program;
+}
+
 void Qel2000Model::onWrite(int address, uint16_t value) {
+    if (address == WindowCommand) {
+        patternCommand(value);
+        return;
+    }
     for (int i = 0; i < channels_; ++i) {
         const ChannelRegs& r = Regs[i];
         if (address == r.key) {

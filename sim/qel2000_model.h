@@ -5,6 +5,9 @@
 #include "channel.h"
 #include "model.h"
 
+#include <map>
+#include <tuple>
+
 namespace qelsim {
 
 class Qel2000Model final : public Chamber {
@@ -24,6 +27,15 @@ protected:
     void adoptMap() override;
 
 private:
+    // The pattern command window: channel 0x044B, pattern 0x044C, segment
+    // 0x044D (0 the pattern itself), range 0x0450/0x0451, command 0x0452:
+    // 2 loads the item into the data window, 3 stores the window into it,
+    // 5 clears the range of patterns. A stored pattern runs when the run key
+    // starts a program with its number.
+    void patternCommand(int command);
+    std::vector<Segment> storedProgram(int index, int pattern) const;
+    std::map<std::tuple<int, int, int>, std::map<int, uint16_t>> patterns_;
+
     ChannelSettings settings(int index) const;
     void refresh();
     void seed();

@@ -137,6 +137,15 @@ PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const T
     return rec;
 }
 
+int PatternSegmentsOnController(int16_t chamber, int patternNo, int channelIndex) {
+    const TransferUi none;
+    const Transfer t(chamber, channelIndex, none);
+    t.write(QStringLiteral("10044B000810") + t.hex(channelIndex) + t.hex(patternNo) +
+            QStringLiteral("000000010001000100010002"));
+    const QString header = t.read(QStringLiteral("0304740052"));
+    return header.isEmpty() ? -1 : RegisterAt(header, kHeader, kHeader);
+}
+
 int16_t PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int channelIndex, const TransferUi& ui) {
     const Transfer t(chamber, channelIndex, ui);
     try {

@@ -31,6 +31,10 @@ struct TransferUi {
 // chamber did not answer shows "Communication error." under "Error".
 PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const TransferUi& ui = {});
 
+// The number of segments the controller holds for a pattern (its header
+// read through the window); -1 when the chamber did not answer.
+int PatternSegmentsOnController(int16_t chamber, int patternNo, int channelIndex);
+
 // Clears pattern `patternNo` on the controller and writes the record into
 // it, segment by segment, and its tail when TailDirty is set. Sets
 // SegmentCount and TotalTime of the record. -1 when it ran to its end.
