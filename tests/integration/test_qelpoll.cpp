@@ -3,6 +3,8 @@
 #include "line_fixture.h"
 
 #include <QDir>
+#include <QFile>
+#include <QMap>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <gtest/gtest.h>
@@ -147,4 +149,87 @@ TEST(QelPollRefuses, EveryBadOptionWithStatusTwoAndNothingOnTheLine) {
         EXPECT_EQ(r.out, QString());
         EXPECT_EQ(seen(), (std::pair<int, QByteArray>{0, {}}));
     }
+}
+
+// A pattern written from a .PTN file built here item by item (37 items: texts
+// as a 16-bit byte count and bytes, 101 or 5 texts per array, a 32-bit total),
+// then read back into another file: every segment an hour longer, as the
+// controllers have it; the repeat of the other channel set to 1; the
+// controller runs the stored pattern. A short file is refused with status 2
+// and nothing sent.
+TEST_P(QelPollLine, PatternWrittenFromAFileAndReadBack) {
+    SimLine line;
+    ASSERT_TRUE(line.start(GetParam(), {{3, "QEL2100"}}, {"--no-noise"}));
+    QByteArray ptn;
+    const QMap<std::pair<int, int>, QByteArray> texts = {{{0, 0}, "5"},  {{1, 0}, "25.0"}, {{5, 0}, "40.0"},
+                                                         {{5, 1}, "-20.5"}, {{7, 0}, "120"}, {{7, 1}, "3700"},
+                                                         {{9, 0}, "3"},  {{21, 0}, "2"}};
+    const char* kinds = "TTTTTSSSSSSSSSSSSSSSSTTTLLLTNTTTTTTTT";
+    for (int item = 0; kinds[item]; ++item) {
+        if (kinds[item] == 'N') {
+            ptn.append(4, '\0');
+            continue;
+        }
+        for (int e = 0; e < (kinds[item] == 'S' ? 101 : kinds[item] == 'L' ? 5 : 1); ++e) {
+            const QByteArray t = texts.value({item, e});
+            ptn.append(char(t.size() & 0xFF)).append(char(t.size() >> 8)).append(t);
+        }
+    }
+    QFile in(line.folder() + "/in.PTN");
+    ASSERT_TRUE(in.open(QIODevice::WriteOnly));
+    in.write(ptn);
+    in.close();
+    const QStringList args = line.link(3) + QStringList{"--address", "3", "--model", "QEL2100", "--pcspeed", "60",
+                                                        "--channel", "2", "--app-dir", line.folder()};
+    const RunResult w = qeltest::Run(kQelPoll, args + QStringList{"--write-pattern", in.fileName()});
+    ASSERT_EQ(w.exitCode, 0) << w.err.toStdString();
+    const QString out = line.folder() + "/out.PTN";
+    const RunResult r = qeltest::Run(kQelPoll, args + QStringList{"--read-pattern", "5", "--ptn", out});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    QFile back(out);
+    ASSERT_TRUE(back.open(QIODevice::ReadOnly));
+    const QByteArray got = back.readAll();
+    // Item by item: the texts of the read-back file.
+    QMap<std::pair<int, int>, QByteArray> read;
+    const auto key = [](int item, int e) { return std::make_pair(item, e); };
+    int at = 0;
+    for (int item = 0; kinds[item]; ++item) {
+        if (kinds[item] == 'N') {
+            at += 4;
+            continue;
+        }
+        for (int e = 0; e < (kinds[item] == 'S' ? 101 : kinds[item] == 'L' ? 5 : 1); ++e) {
+            const int n = uint8_t(got[at]) | uint8_t(got[at + 1]) << 8;
+            read[key(item, e)] = got.mid(at + 2, n);
+            at += 2 + n;
+        }
+    }
+    EXPECT_EQ(at, got.size());
+    EXPECT_EQ(read.value(key(0, 0)), "5");
+    EXPECT_EQ(read.value(key(1, 0)), "25.0");
+    EXPECT_EQ(read.value(key(5, 0)), "40.0");
+    EXPECT_EQ(read.value(key(5, 1)), "-20.5");
+    EXPECT_EQ(read.value(key(7, 0)), "3720");  // 120 s and an hour
+    EXPECT_EQ(read.value(key(7, 1)), "7300");
+    EXPECT_EQ(read.value(key(7, 2)), "");
+    EXPECT_EQ(read.value(key(9, 0)), "3");
+    EXPECT_EQ(read.value(key(21, 0)), "2");
+    EXPECT_EQ(read.value(key(22, 0)), "1");  // a zero channel repeat goes as 1
+    EXPECT_EQ(read.value(key(27, 0)), "2");
+    EXPECT_EQ(line.command("get 3 0x047F"), "1");  // channel 1's repeat, set to 1 by a channel 2 save
+
+    // The stored pattern runs: pattern 5 on channel 2 heads for its first set point.
+    EXPECT_FALSE(line.command("set 3 0x0025 5").isNull());
+    EXPECT_FALSE(line.command("key 3 2 1").isNull());
+    EXPECT_EQ(line.command("get 3 0x0026"), "1");  // segment 1 of the stored two
+
+    QFile shortFile(line.folder() + "/short.PTN");
+    ASSERT_TRUE(shortFile.open(QIODevice::WriteOnly));
+    shortFile.write(ptn.left(100));
+    shortFile.close();
+    const int before = line.requests(3);
+    const RunResult refused = qeltest::Run(kQelPoll, args + QStringList{"--write-pattern", shortFile.fileName()});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_TRUE(refused.err.contains("shorter than a pattern file"));
+    EXPECT_EQ(line.requests(3), before);
 }
