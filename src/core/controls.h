@@ -31,6 +31,8 @@ struct Color {
     bool isSet() const { return kind != System::None; }
     // 0x00BBGGRR for an RGB colour (the form the settings files hold), -1 otherwise.
     int32_t value() const { return kind == System::Rgb ? (b << 16 | g << 8 | r) : -1; }
+    // The RGB colour of such a number.
+    static constexpr Color fromValue(int32_t v) { return rgb(v & 0xFF, (v >> 8) & 0xFF, (v >> 16) & 0xFF); }
     friend bool operator==(const Color&, const Color&) = default;
 };
 

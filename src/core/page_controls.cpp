@@ -1,5 +1,6 @@
 #include "page_controls.h"
 
+#include "page_layout.h"
 #include "state.h"
 
 #include <array>
@@ -14,6 +15,11 @@ ControlSet& PageControls(int chamber) { return g_pages[static_cast<size_t>(Chamb
 
 void ClearPageControls() {
     for (ControlSet& s : g_pages) s.clear();
+}
+
+void SetLayoutCaption(int chamber, const QString& base, int channel, const QString& text) {
+    const page::Layout layout = page::LayoutOf(ChamberModel[ChamberIndex(chamber)]);
+    if (layout != page::Layout::None) PageControls(chamber).setCaption(page::Name(layout, base, channel), text);
 }
 
 }  // namespace qel

@@ -12,6 +12,11 @@ namespace qel {
 // range" for any other number.
 ControlSet& PageControls(int chamber);
 
+// The caption of a control the page has by its model's layout ("Start_Time"
+// gives "Start_Time2000(2)" or "Start_Time2200"); nothing for a model
+// outside the five.
+void SetLayoutCaption(int chamber, const QString& base, int channel, const QString& text);
+
 // Empties all 30 sets (program start, tests).
 void ClearPageControls();
 

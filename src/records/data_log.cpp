@@ -160,11 +160,6 @@ int16_t RowChannel(Variant v, int k) {
     }
 }
 
-void SetCaption(int16_t chamber, const QString& base, int ch, const QString& text) {
-    const page::Layout layout = page::LayoutOf(ChamberModel[ChamberIndex(chamber)]);
-    if (layout != page::Layout::None) PageControls(chamber).setCaption(page::Name(layout, base, ch), text);
-}
-
 void BeginRun(Variant v, int16_t chamber, int k, const QDateTime& now) {
     const int c = ChamberIndex(chamber);
     ChamberRec& r = Chamber[c];
@@ -173,11 +168,11 @@ void BeginRun(Variant v, int16_t chamber, int k, const QDateTime& now) {
         for (int ch = 2; ch <= kMaxChannels; ++ch) r.StartTime[ch - 1] = now;
     const auto [from, to] = SampledChannels(v, c, k);
     const QString shown = FormatDate(now, QStringLiteral("yyyy/mm/dd hh:mm"));
-    for (int ch = from; ch <= to; ++ch) SetCaption(chamber, QStringLiteral("Start_Time"), ch, shown);
+    for (int ch = from; ch <= to; ++ch) SetLayoutCaption(chamber, QStringLiteral("Start_Time"), ch, shown);
     QString& file = Log[c].FileName[k - 1];
     file = FileNameFor(v, c, k, now);
     FuncSetUserInfo(file, QString::number(r.PTNo[k - 1]), chamber, static_cast<int16_t>(k));
-    SetCaption(chamber, QStringLiteral("lblFileName"), k, file + QStringLiteral("  "));
+    SetLayoutCaption(chamber, QStringLiteral("lblFileName"), k, file + QStringLiteral("  "));
 }
 
 void TakeSamples(Variant v, int c, int k) {
@@ -226,7 +221,7 @@ void Step(Variant v, int16_t chamber, int k) {
         const QDateTime& end = r.EndDate[k - 1];
         const int year = end.isValid() ? end.date().year() : 0;
         if (year != 0 && year != 1970)
-            SetCaption(chamber, QStringLiteral("End_Time"), k, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm")));
+            SetLayoutCaption(chamber, QStringLiteral("End_Time"), k, FormatDate(Now(), QStringLiteral("yyyy/mm/dd hh:mm")));
         return;
     }
     if (!IsRunMod(chamber, channel)) return;  // hold, wait and the rest keep the file and add no rows

@@ -88,6 +88,7 @@ public:
           layout_(family == Family::QEL2000   ? page::Layout::Family
                   : family == Family::QEL2200 ? page::Layout::L2200
                                               : page::Layout::L2300),
+          lampSet_(page::LampSetName(layout_, channel)),
           lamps_(PageControls(chamber)) {}
 
     void run() {
@@ -119,7 +120,7 @@ private:
         const LogRec& log = Log[c_];
         return family_ == Family::QEL2000 ? log.Lamp2000[k_ - 1] : family_ == Family::QEL2200 ? log.Lamp2200 : log.Lamp2300;
     }
-    QString lamp() const { return Indexed(page::LampSetName(layout_, k_), lampIndex_); }
+    QString lamp() const { return Indexed(lampSet_, lampIndex_); }
     void paint(bool on) { lamps_.setBack(lamp(), on ? colors::kRed : colors::kBlack); }
 
     // The lamp whose colour the OFF branch reads. Two of the routines read
@@ -192,6 +193,7 @@ private:
     int k_;
     Family family_;
     page::Layout layout_;
+    QString lampSet_;
     ControlSet& lamps_;
     int lampIndex_ = 0;
 };

@@ -4,7 +4,6 @@
 #include "errorlog.h"
 #include "message_log.h"
 #include "page_controls.h"
-#include "page_layout.h"
 #include "runtime_error.h"
 #include "state.h"
 #include "station_hooks.h"
@@ -104,9 +103,7 @@ bool IsStopMode(int16_t chamber, int16_t channel) {
         if (StatusOf(chamber, channel) != 0) return false;
         const int c = ChamberIndex(chamber), k = ChannelIndex(channel);
         Chamber[c].StartTime[k] = QDateTime();
-        const page::Layout layout = page::LayoutOf(ChamberModel[c]);
-        if (layout != page::Layout::None)
-            PageControls(chamber).setCaption(page::Name(layout, QStringLiteral("Start_Time"), channel), QString());
+        SetLayoutCaption(chamber, QStringLiteral("Start_Time"), channel, QString());
         if (StopLatch[k][c] == 0) {
             StopLatch[k][c] = -1;
             RunLatch[k][c] = 0;

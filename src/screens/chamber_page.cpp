@@ -214,10 +214,7 @@ void ChamberPage::fixModeChanged(int ch, int16_t fixMode) {
     for (const char* f : fields) controls().setVisible(Name(layout, QString::fromLatin1(f), ch), fixMode == 0);
 }
 
-void ChamberPage::setEndTime(int ch, const QString& caption) {
-    const Layout layout = LayoutOf(ChamberModel[ChamberIndex(chamber_)]);
-    if (layout != Layout::None) controls().setCaption(Name(layout, u"End_Time"_s, ch), caption);
-}
+void ChamberPage::setEndTime(int ch, const QString& caption) { SetLayoutCaption(chamber_, u"End_Time"_s, ch, caption); }
 
 void ChamberPage::addHistoryRow(const QString& time, const QString& text) { history_.append({time, text}); }
 

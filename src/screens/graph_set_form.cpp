@@ -119,7 +119,7 @@ void GraphSetForm::Form_Load() {
 
 void GraphSetForm::showColor(const QString& label, int32_t color) {
     controls_.setCaption(label, QString::number(color));
-    controls_.setBack(label, Color::rgb(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF));
+    controls_.setBack(label, Color::fromValue(color));
 }
 
 void GraphSetForm::chooseColor(const QString& label) {
@@ -179,8 +179,7 @@ void GraphSetForm::Command1_Click() {
         }
         choice.xMajor = ToInt16(Val(text(u"Text1"_s)));
         choice.yMajor = ToInt16(Val(text(u"Text2"_s)));
-        choice.currentOrTargetSP = checked(u"CWButton1"_s) ? 1 : 0;
-        if (InRange(chamber_)) choice.currentOrTargetSP = GraphInfo[static_cast<size_t>(chamber_)].CurrentOrTargetSP;
+        choice.currentOrTargetSP = checked(u"CWButton1"_s) ? 1 : 0;  // the click has taken it over already
         choice.colors.BackColor = ToInt32(Val(text(u"lbl_BackColor"_s)));
         choice.colors.GridColor = ToInt32(Val(text(u"lbl_Grid"_s)));
         choice.colors.TimeColor = ToInt32(Val(text(u"lbl_TimeColor"_s)));

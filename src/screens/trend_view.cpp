@@ -13,8 +13,6 @@ namespace qel {
 
 namespace {
 
-Color ColorOf(int32_t v) { return Color::rgb(v & 0xFF, (v >> 8) & 0xFF, (v >> 16) & 0xFF); }
-
 // The frames lbl_BackColor paints with the graph's background.
 constexpr const char* kPaintedFrames[] = {"QEL2000", "QEL2100", "QEL2200", "QEL2300",      "QEL2400", "Frame2",
                                           "Frame3",  "Frame9",  "Frame5",  "CH2",          "CH3",     "Full_Channel"};
@@ -64,10 +62,10 @@ void TrendView::setUp() {
     gridColor_ = GraphLine.GridColor;
     ControlSet& page = PageControls(chamber_);
     page.setCaption(QStringLiteral("lbl_BackColor"), QString::number(backColor_));
-    for (const char* frame : kPaintedFrames) page.setBack(QString::fromLatin1(frame), ColorOf(backColor_));
+    for (const char* frame : kPaintedFrames) page.setBack(QString::fromLatin1(frame), Color::fromValue(backColor_));
     for (int i = 1; i <= kTrendPlots; ++i) {
         page.setValue(Indexed(QStringLiteral("lblColor"), i), true);
-        page.setBack(Indexed(QStringLiteral("lblColor"), i), ColorOf(plots_[i].color));
+        page.setBack(Indexed(QStringLiteral("lblColor"), i), Color::fromValue(plots_[i].color));
     }
     zooming_ = false;
     followNow();
@@ -178,7 +176,7 @@ bool TrendView::chooseColor(int plot, Operator& op) {
 void TrendView::setPlotColor(int plot, int32_t color) {
     if (plot < 1 || plot > kTrendPlots) return;
     plots_[plot].color = color;
-    PageControls(chamber_).setBack(Indexed(QStringLiteral("lblColor"), plot), ColorOf(color));
+    PageControls(chamber_).setBack(Indexed(QStringLiteral("lblColor"), plot), Color::fromValue(color));
     if (const int a = AxisOfColorKey(plot)) axes_[a].color = color;
     ++revision_;
 }

@@ -77,13 +77,11 @@ public:
     int32_t backColor() const { return backColor_; }
     int32_t gridColor() const { return gridColor_; }
 
-    // The rows to draw (the file's first shownRows() lines, brought up to
-    // date with the file) and how they came.
+    // The rows to draw, brought up to date with the file, and as of that
+    // reading how many of them show (the file's first `counter` lines) and
+    // how they came.
     const TrendRows& rows();
-    int shownRows() {
-        rows();
-        return Trend(chamber_).shownRows();
-    }
+    int shownRows() const { return Trend(chamber_).shownRows(); }
     uint32_t generation() const { return Trend(chamber_).generation(); }
 
     // Goes up with every change a drawing must follow.

@@ -1,5 +1,7 @@
 #include "qt_operator.h"
 
+#include "control_binding.h"
+
 #include <QColorDialog>
 #include <QInputDialog>
 #include <QMessageBox>
@@ -27,7 +29,7 @@ void QtOperator::progress(int value, int maximum) {
 }
 
 bool QtOperator::chooseColor(int32_t& color) {
-    const QColor start(color & 0xFF, (color >> 8) & 0xFF, (color >> 16) & 0xFF);
+    const QColor start = ToQColor(Color::fromValue(color));
     const QColor chosen = QColorDialog::getColor(start, parent_);
     if (!chosen.isValid()) return false;
     color = chosen.blue() << 16 | chosen.green() << 8 | chosen.red();

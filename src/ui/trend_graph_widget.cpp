@@ -1,5 +1,7 @@
 #include "trend_graph_widget.h"
 
+#include "control_binding.h"
+
 #include <QLabel>
 #include <QVBoxLayout>
 #include <cmath>
@@ -9,7 +11,7 @@ namespace qel {
 
 namespace {
 
-QColor ColorOf(int32_t v) { return QColor(v & 0xFF, (v >> 8) & 0xFF, (v >> 16) & 0xFF); }
+QColor ColorOf(int32_t v) { return ToQColor(Color::fromValue(v)); }
 
 const char* const kPlotNames[kTrendPlots + 1] = {"", "PV1", "SP1", "MV1", "PV2", "SP2", "MV2", "PV3", "SP3", "MV3"};
 
@@ -63,12 +65,13 @@ TrendGraphWidget::TrendGraphWidget(TrendView& view, QWidget* parent)
 }
 
 void TrendGraphWidget::refresh() {
+    const TrendRows& rows = view_.rows();  // the file read as far as it grew, once per refresh
     if (view_.revision() == drawnRevision_ && view_.shownRows() == drawnRows_ && view_.generation() == drawnGeneration_)
         return;
     drawnRevision_ = view_.revision();
     applying_ = true;
     applyAxes();
-    applyData();
+    applyData(rows);
     applying_ = false;
     plot_->replot(QCustomPlot::rpQueuedReplot);
 }
@@ -97,8 +100,7 @@ void TrendGraphWidget::applyAxes() {
     }
 }
 
-void TrendGraphWidget::applyData() {
-    const TrendRows& rows = view_.rows();
+void TrendGraphWidget::applyData(const TrendRows& rows) {
     const int shown = view_.shownRows();
     const bool fresh = view_.generation() != drawnGeneration_ || shown < drawnRows_;
     const int from = fresh ? 0 : drawnRows_;

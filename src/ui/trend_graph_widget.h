@@ -39,7 +39,7 @@ public:
 
 private:
     void applyAxes();
-    void applyData();
+    void applyData(const TrendRows& rows);
     void showReadout(QMouseEvent* event);
     void takeZoom();
 

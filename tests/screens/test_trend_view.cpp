@@ -140,6 +140,7 @@ TEST_F(Trend, ASampleThatCannotBeWrittenIsLogged) {
     EXPECT_TRUE(dir.errorLog().contains("modCommControl.Operation_Graph")) << dir.errorLog().toStdString();
     QDir().rmdir(dir.file("1OPData.csv"));
     v.OperationGraph();
+    v.rows();
     EXPECT_EQ(v.shownRows(), 1);
     EXPECT_EQ(qel::Trend(1).counter(), 2);
 }
