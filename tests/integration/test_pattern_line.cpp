@@ -114,8 +114,8 @@ TEST_F(PatternLine, FileControllerFileRoundTrip) {
 TEST_F(PatternLine, AControllerThatGoesAwayMidTransfer) {
     qel::PatternRec r;
     for (int i = 0; i < 20; ++i) r.SegTime[i] = "60";
-    ui.stopped = [this] {
-        static int checks = 0;
+    int checks = 0;
+    ui.stopped = [this, &checks] {
         if (++checks == 8) line.command("stop 2");
         return false;
     };
