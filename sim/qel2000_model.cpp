@@ -1,5 +1,6 @@
 #include "qel2000_model.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace qelsim {
@@ -59,6 +60,8 @@ ChannelPhysics Humidity() {
 
 constexpr double DefaultSp[2] = {25.0, 60.0};
 
+constexpr int PatternRepeatReg = 0x047D;  // in a stored pattern's tail
+
 }  // namespace
 
 Qel2000Model::Qel2000Model(const ChamberConfig& config, int channels)
@@ -108,8 +111,17 @@ void Qel2000Model::pressKey(int channel, int key) {
     switch (key) {
         case 1:
             if (!c.running()) {
-                std::vector<Segment> stored = storedProgram(i, static_cast<int16_t>(reg(Regs[i].ptNo)));
-                if (!stored.empty()) c.setProgram(std::move(stored));
+                const int pattern = static_cast<int16_t>(reg(Regs[i].ptNo));
+                std::vector<Segment> stored = storedProgram(i, pattern);
+                if (!stored.empty()) {
+                    c.setProgram(std::move(stored));
+                    // The pattern's own repeat count is the one in force (and shown) for its run.
+                    const auto tail = patterns_.find({i, pattern, 0});
+                    const int repeats = tail == patterns_.end() || !tail->second.count(PatternRepeatReg)
+                                            ? 1
+                                            : static_cast<int16_t>(tail->second.at(PatternRepeatReg));
+                    put(Regs[i].ptRptSet, static_cast<uint16_t>(std::max(1, repeats)));
+                }
             }
             c.run(settings(i));
             break;
@@ -155,13 +167,17 @@ std::vector<int> WindowOf(int segment) {
 void Qel2000Model::patternCommand(int command) {
     const int ch = reg(WindowChannel), p = reg(WindowPattern), seg = reg(WindowSegment);
     if (command == 2) {
-        const auto item = patterns_.find({ch, p, seg});
-        for (int r : WindowOf(seg)) put(r, item == patterns_.end() ? 0 : item->second.count(r) ? item->second.at(r) : 0);
-        if (seg == 0) {
-            int n = 0;
-            while (patterns_.count({ch, p, n + 1})) ++n;
-            put(0x0474, static_cast<uint16_t>(n));  // the segment count is the controller's own
-        }
+        const auto load = [&](int segment, const std::vector<int>& window) {
+            const auto item = patterns_.find({ch, p, segment});
+            for (int r : window) put(r, item == patterns_.end() || !item->second.count(r) ? 0 : item->second.at(r));
+        };
+        load(seg, WindowOf(seg));
+        // The pattern's header comes with every load, whichever item is selected;
+        // its segment count is the controller's own.
+        load(0, {0x0475, 0x0476, 0x0477});
+        int n = 0;
+        while (patterns_.count({ch, p, n + 1})) ++n;
+        put(0x0474, static_cast<uint16_t>(n));
     } else if (command == 3) {
         auto& item = patterns_[{ch, p, seg}];
         for (int r : WindowOf(seg)) item[r] = reg(r);

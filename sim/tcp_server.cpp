@@ -96,6 +96,7 @@ void TcpServer::onConnection(int address) {
     while (l.server && l.server->hasPendingConnections()) {
         QTcpSocket* s = l.server->nextPendingConnection();
         s->setParent(this);
+        s->setSocketOption(QAbstractSocket::LowDelayOption, 1);  // a reply goes out at once, as a controller's does
         l.clients << QPointer<QTcpSocket>(s);
         connect(s, &QTcpSocket::readyRead, this, [this, address, s] { onReadyRead(address, s); });
         connect(s, &QTcpSocket::disconnected, s, &QObject::deleteLater);

@@ -37,6 +37,10 @@ public:
             if (handlers_.dataArrival) handlers_.dataArrival(index_, static_cast<int>(socket_.bytesAvailable()));
         });
         QObject::connect(&socket_, &QTcpSocket::connected, [this] {
+            // Requests are small and each waits for its reply: with Nagle's rule a
+            // request behind an unanswered one would sit in the send queue until
+            // the controller's delayed acknowledgement.
+            socket_.setSocketOption(QAbstractSocket::LowDelayOption, 1);
             if (handlers_.connected) handlers_.connected(index_);
         });
         QObject::connect(&socket_, &QTcpSocket::errorOccurred, [this](QAbstractSocket::SocketError e) {

@@ -137,6 +137,13 @@ PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const T
     return rec;
 }
 
+void ProgramDownload(int16_t chamber, int channelIndex, const TransferUi& ui, const std::function<void()>& showInForm) {
+    // The QEL2400 has a window of its own; its read comes with that model.
+    if (ChamberModel[ChamberIndex(chamber)] == u"QEL2400") return;
+    Pattern = PatternRead(chamber, static_cast<int>(Val(Pattern.PatternNo)), channelIndex, ui);
+    if (!(ui.stopped && ui.stopped()) && showInForm) showInForm();
+}
+
 int PatternSegmentsOnController(int16_t chamber, int patternNo, int channelIndex) {
     const TransferUi none;
     const Transfer t(chamber, channelIndex, none);

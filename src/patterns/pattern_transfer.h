@@ -31,6 +31,11 @@ struct TransferUi {
 // chamber did not answer shows "Communication error." under "Error".
 PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const TransferUi& ui = {});
 
+// Reads the working record's pattern (its PatternNo) of channel index 0 or 1
+// from the controller into the working record; unless the operator stopped
+// the read, `showInForm` then puts it into the editor.
+void ProgramDownload(int16_t chamber, int channelIndex, const TransferUi& ui, const std::function<void()>& showInForm);
+
 // The number of segments the controller holds for a pattern (its header
 // read through the window); -1 when the chamber did not answer.
 int PatternSegmentsOnController(int16_t chamber, int patternNo, int channelIndex);

@@ -88,3 +88,32 @@ TEST(Model, RunOverTime) {
     Write(*c, 0x0065, 4);
     EXPECT_EQ(Read(*c, 0x039C, 5), (std::vector<uint16_t>{1970, 1, 1, 0, 0})) << "unset";
 }
+
+// Guards a pattern stored through the command window running as stored: its
+// segments (hours register x 3600 + remainder), its repeat count and the end
+// date that follows from both.
+TEST(Model, StoredPatternRunsItsSegmentsAndRepeats) {
+    auto c = Make("QEL2000");
+    // Channel index 0, pattern 7: segment 1 to 50.0 in 1 h, segment 2 to 30.0 in 1 h 30 min,
+    // pattern level: repeat 2. Command 3 stores the window into the selected item.
+    for (const char* w : {"06044B0000", "06044C0007", "06044D0001", "10046400030601F400010000", "0604520003",
+                          "06044D0002", "100464000306012C00010708", "0604520003", "06044D0000", "06047D0002",
+                          "0604520003"}) {
+        const QByteArray req = H(w);
+        EXPECT_FALSE(c->handlePdu(req).isEmpty()) << w;
+    }
+    Write(*c, 0x0063, 7);  // the pattern to run
+    Write(*c, 0x0065, 1);  // run
+    // Started 2024-01-31 08:15:07: two passes of 2 h 30 min end at 13:15.
+    EXPECT_EQ(Read(*c, 0x039C, 5), (std::vector<uint16_t>{2024, 1, 31, 13, 15}));
+    const auto at = [&] { return std::vector<int>{c->reg(0x0004) & 0xFF, c->reg(0x0024), c->reg(0x0027), c->reg(0x0028)}; };
+    EXPECT_EQ(at(), (std::vector<int>{1, 1, 1, 2})) << "program run, segment 1, pass 1 of 2";
+    EXPECT_EQ(Read(*c, 0x0031, 2), (std::vector<uint16_t>{1, 0})) << "segment time set: 1 h";
+    c->step(c->now().addSecs(3600 + 60));
+    EXPECT_EQ(at(), (std::vector<int>{1, 2, 1, 2}));
+    EXPECT_EQ(Read(*c, 0x0031, 2), (std::vector<uint16_t>{1, 1800}));
+    c->step(c->now().addSecs(5400));
+    EXPECT_EQ(at(), (std::vector<int>{1, 1, 2, 2})) << "second pass";
+    c->step(c->now().addSecs(9000));
+    EXPECT_EQ(c->reg(0x0004) & 0xFF, 0) << "ended by itself after the second pass";
+}
