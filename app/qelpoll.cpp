@@ -3,7 +3,7 @@
 #include "clock.h"
 #include "link.h"
 #include "pattern_cli.h"
-#include "qel2000_poll.h"
+#include "poll_walk.h"
 #include "record_json.h"
 #include "remote_keys.h"
 #include "state.h"
@@ -57,6 +57,14 @@ bool WholeNumber(const QString& text, int lo, int hi, int* out) {
     return true;
 }
 
+// The channels a model has on the line. The record counts none for the
+// QEL2200 and QEL2300, whose channels run together under one pattern.
+int ChannelsOf(const QString& model) {
+    if (model == u"QEL2200") return 2;
+    if (model == u"QEL2300") return 3;
+    return ChannelCountOf(model);
+}
+
 QString Quoted(const QString& text) { return u'"' + text + u'"'; }
 
 QString Refusal(const char* option, const char* takes, const QString& value) {
@@ -72,7 +80,7 @@ QString CheckOptions(const QCommandLineParser& p, PollOptions& o) {
     if (o.protocol != u"RTU" && o.protocol != u"ASC" && o.protocol != u"ETH")
         return Refusal("protocol", "RTU, ASC or ETH", value("protocol"));
     o.model = value("model").toUpper();
-    if (o.model != u"QEL2000" && o.model != u"QEL2100") return Refusal("model", "QEL2000 or QEL2100", value("model"));
+    if (!HasPollBlock(o.model)) return Refusal("model", "QEL2000, QEL2100, QEL2200 or QEL2300", value("model"));
     o.parity = value("parity");
     if (o.parity != u"None" && o.parity != u"Even" && o.parity != u"Odd")
         return Refusal("parity", "None, Even or Odd", o.parity);
@@ -94,7 +102,7 @@ QString CheckOptions(const QCommandLineParser& p, PollOptions& o) {
 
     if (p.isSet(QStringLiteral("dp"))) {
         const QStringList places = value("dp").split(u',');
-        const int channels = ChannelCountOf(o.model);
+        const int channels = ChannelsOf(o.model);
         if (places.size() > channels)
             return QStringLiteral("--dp gives %1 channels, but a %2 has %3")
                 .arg(places.size())
@@ -127,7 +135,7 @@ QString CheckOptions(const QCommandLineParser& p, PollOptions& o) {
     o.writePattern = value("write-pattern");
     if (o.readPattern && o.ptn.isEmpty()) return QStringLiteral("--read-pattern needs --ptn FILE");
     if (o.readPattern && !o.writePattern.isEmpty()) return QStringLiteral("--read-pattern and --write-pattern exclude each other");
-    if ((o.readPattern || !o.writePattern.isEmpty()) && o.channel > ChannelCountOf(o.model))
+    if ((o.readPattern || !o.writePattern.isEmpty()) && o.channel > ChannelsOf(o.model))
         return QStringLiteral("a %1 has no channel %2").arg(o.model).arg(o.channel);
     return QString();
 }
@@ -139,13 +147,15 @@ int Refuse(const QString& why) {
 
 QString ChannelLine(int ch) {
     const ChamberRec& r = Chamber[0];
+    // One run state for all channels where one pattern runs them.
+    const int run = ChannelsOf(ChamberModel[0]) > std::max<int>(1, r.ChannelCount) ? 0 : ch;
     return QStringLiteral("CH%1 PV %2 SP %3 MV %4 status %5 run %6s")
         .arg(ch + 1)
         .arg(r.PV[ch])
         .arg(r.SP[ch])
         .arg(r.MV[ch])
-        .arg(r.Status[ch])
-        .arg(r.RunTime[ch]);
+        .arg(r.Status[run])
+        .arg(r.RunTime[run]);
 }
 
 void PrintPoll(bool json, int count) {
@@ -155,7 +165,7 @@ void PrintPoll(bool json, int count) {
         std::printf("poll %d: no good reply (FailCount %d, CommError %d)\n", count, FailCount[0], CommError[0]);
     } else {
         QString line = QStringLiteral("poll %1:").arg(count);
-        for (int ch = 0; ch < std::max<int>(1, Chamber[0].ChannelCount); ++ch) line += u' ' + ChannelLine(ch);
+        for (int ch = 0; ch < ChannelsOf(ChamberModel[0]); ++ch) line += u' ' + ChannelLine(ch);
         std::printf("%s\n", line.toLocal8Bit().constData());
     }
     std::fflush(stdout);
@@ -189,7 +199,7 @@ int main(int argc, char** argv) {
                  QStringLiteral("502")});
     p.addOption({QStringLiteral("address"), QStringLiteral("Modbus slave address of the controller, 1 to 247."),
                  QStringLiteral("n"), QStringLiteral("1")});
-    p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel) or QEL2100 (two channels)."),
+    p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel), QEL2100 (two), QEL2200 (two under one pattern) or QEL2300 (three rooms)."),
                  QStringLiteral("model"), QStringLiteral("QEL2000")});
     p.addOption({QStringLiteral("dp"),
                  QStringLiteral("Decimal places of each channel (0, 1 or 2), comma separated, at most one per "
@@ -284,7 +294,7 @@ int main(int argc, char** argv) {
     }
 
     for (int n = 1; o.count == 0 || n <= o.count; ++n) {
-        ReadCommBlock(1);
+        PollChamber(1);
         PrintPoll(o.json, n);
         if (o.count == 0 || n < o.count) WaitSec(0.1);
     }

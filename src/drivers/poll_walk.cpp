@@ -3,6 +3,7 @@
 #include "clock.h"
 #include "errorlog.h"
 #include "qel2000_poll.h"
+#include "qel2200_poll.h"
 #include "runtime_error.h"
 #include "state.h"
 #include "station_hooks.h"
@@ -20,6 +21,8 @@ using PollBlock = void (*)(int16_t);
 // The poll block of a model, or none for a model it passes over.
 PollBlock BlockOf(const QString& model) {
     if (model == u"QEL2000" || model == u"QEL2100") return ReadCommBlock;
+    if (model == u"QEL2200") return QEL2200_ReadCommBlock;
+    if (model == u"QEL2300") return QEL2300_ReadCommBlock;
     return nullptr;
 }
 
@@ -28,6 +31,10 @@ PollBlock BlockOf(const QString& model) {
 bool PollWalkRunning() { return g_running; }
 
 bool HasPollBlock(const QString& model) { return BlockOf(model) != nullptr; }
+
+void PollChamber(int16_t chamber) {
+    if (const PollBlock block = BlockOf(ChamberModel[ChamberIndex(chamber)])) block(chamber);
+}
 
 void ReadCommTick() {
     if (g_running) return;

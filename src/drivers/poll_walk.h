@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QString>
+#include <cstdint>
 
 namespace qel {
 
@@ -19,5 +20,9 @@ bool PollWalkRunning();
 // True when the walk polls chambers of this model; a chamber of any other
 // model is passed over and must not look healthy.
 bool HasPollBlock(const QString& model);
+
+// One poll of a chamber through its model's block; nothing for a model
+// without one.
+void PollChamber(int16_t chamber);
 
 }  // namespace qel

@@ -1,9 +1,7 @@
 #include "qel2000_poll.h"
 
-#include "clock.h"
 #include "errorlog.h"
-#include "link.h"
-#include "modbus.h"
+#include "poll_steps.h"
 #include "reply_text.h"
 #include "runtime_error.h"
 #include "state.h"
@@ -96,51 +94,29 @@ void DecodeBlock1(int16_t chamber, const QString& r) {
 }
 
 void DecodeBlock2(int16_t chamber, const QString& r) {
-    ChamberRec& rec = Chamber[ChamberIndex(chamber)];
     const int firsts[2] = {0x039C, 0x03A6};
     for (int k = 0; k < 2; ++k) {
         auto reg = [&](int offset) { return RegisterAt(r, kBlock2, firsts[k] + offset); };
-        const QDateTime day = DateSerial(reg(0), reg(1), reg(2));
-        if (!day.isValid()) throw RuntimeError(err::InvalidArgument);
-        rec.EndDate[k] = day.addSecs(int64_t{reg(3)} * 3600 + int64_t{reg(4)} * 60);
-        const QString caption =
-            rec.EndDate[k] != UnsetDate() ? FormatDate(rec.EndDate[k], QStringLiteral("yyyy/mm/dd hh:mm")) : QString();
-        if (Hooks.endTimeCaption) Hooks.endTimeCaption(chamber, k + 1, caption);
+        StoreEndDate(chamber, k + 1, reg(0), reg(1), reg(2), reg(3), reg(4));
     }
 }
 
-bool GraphDue(int16_t chamber) {
-    const QDateTime last = ParseTimeText(Log[ChamberIndex(chamber)].GraphTime);
-    return !last.isValid() || last.secsTo(Now()) >= 2;
-}
-
 }  // namespace
-
-bool ExchangeGood(int16_t chamber, const QString& reply, int first, int last) {
-    const int i = ChamberIndex(chamber);
-    if (CommError[i] != 0 || FailCount[i] > 0) return false;
-    if (Protocol != u"ETH" && !(MSComm1 && MSComm1->portOpen())) return false;
-    // A reply that cannot hold the block (an exception reply over TCP, which
-    // the exchange takes as good) is not decoded: the record keeps its values.
-    return HoldsRegisters(reply, first, last);
-}
 
 void ReadCommBlock(int16_t chamber) {
     try {
         const int i = ChamberIndex(chamber);
         if (Val(ChamberUse[i]) == 0) return;
 
-        int16_t minLen = 490;
-        const QString r1 = ModbusTransact(QStringLiteral("&H3F0"), minLen, chamber, 0, QStringLiteral("0300020078"));
-        if (!ExchangeGood(chamber, r1, kBlock1, kBlock1Last)) return;
+        const QString r1 = ReadBlock(chamber, QStringLiteral("&H3F0"), 490, QStringLiteral("0300020078"), kBlock1, kBlock1Last);
+        if (r1.isEmpty()) return;
         DecodeBlock1(chamber, r1);
 
         ChamberRec& rec = Chamber[i];
         if ((rec.Status[0] & 3) || (rec.Status[1] & 3)) {
-            minLen = 334;
             const QString r2 =
-                ModbusTransact(QStringLiteral("&H3A4"), minLen, chamber, 0, QStringLiteral("03039C0052"));
-            if (!ExchangeGood(chamber, r2, kBlock2, kBlock2Last)) return;
+                ReadBlock(chamber, QStringLiteral("&H3A4"), 334, QStringLiteral("03039C0052"), kBlock2, kBlock2Last);
+            if (r2.isEmpty()) return;
             DecodeBlock2(chamber, r2);
         }
 
@@ -153,10 +129,7 @@ void ReadCommBlock(int16_t chamber) {
             Hooks.eventScan(chamber, 1);
             Hooks.eventScan(chamber, 2);
         }
-        if (GraphDue(chamber)) {
-            Log[i].GraphTime = FormatDate(Now(), QStringLiteral("yyyy-mm-dd hh:mm:ss"));
-            if (Hooks.operationGraph) Hooks.operationGraph(chamber);
-        }
+        OperationGraphIfDue(chamber);
     } catch (const RuntimeError& e) {
         ErrorTail(e.description(), QStringLiteral("modCommControl.ReadCommBlock"));
     }

@@ -13,8 +13,4 @@ namespace qel {
 // exchange has already counted it. Yields inside every exchange.
 void ReadCommBlock(int16_t chamber);
 
-// True when the exchange just made may be decoded: no failure counted, the
-// line open, and a reply that holds the registers first to last.
-bool ExchangeGood(int16_t chamber, const QString& reply, int first, int last);
-
 }  // namespace qel
