@@ -4,6 +4,8 @@
 
 #include "model.h"
 #include "qel2000_model.h"
+#include "qel2200_model.h"
+#include "qel2300_model.h"
 
 namespace qelsim {
 
@@ -18,6 +20,8 @@ const std::vector<ModelEntry>& Models() {
     static const std::vector<ModelEntry> models = {
         {"QEL2000", 1, [](const ChamberConfig& c) { return std::make_unique<Qel2000Model>(c, 1); }},
         {"QEL2100", 2, [](const ChamberConfig& c) { return std::make_unique<Qel2000Model>(c, 2); }},
+        {"QEL2200", 2, [](const ChamberConfig& c) { return std::make_unique<Qel2200Model>(c); }},
+        {"QEL2300", 3, [](const ChamberConfig& c) { return std::make_unique<Qel2300Model>(c); }},
     };
     return models;
 }

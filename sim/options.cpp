@@ -19,7 +19,7 @@ bool ToInt(const QString& text, int low, int high, int* out) {
 bool ParseChamber(const QString& text, ChamberConfig* c, QString* error) {
     const QStringList p = text.split(':');
     if (p.size() < 2 || p.size() > 3 || !ToInt(p[0], 1, 247, &c->address)) {
-        *error = QString("--chamber %1: want ADDR:MODEL[:DP1[,DP2]] with ADDR 1..247").arg(text);
+        *error = QString("--chamber %1: want ADDR:MODEL[:DP1[,DP2[,DP3]]] with ADDR 1..247").arg(text);
         return false;
     }
     c->model = p[1].toUpper();
@@ -240,8 +240,8 @@ QString HelpText() {
                "qelsim - virtual QEL climate chamber controllers on Modbus.\n"
                "\n"
                "Usage:\n"
-               "  qelsim --tcp [--host-base IP] [--port N] [--same-ip] --chamber ADDR:MODEL[:DP1[,DP2]] ...\n"
-               "  qelsim --rtu|--asc [--link PATH] [--baud N] --chamber ADDR:MODEL[:DP1[,DP2]] ...\n"
+               "  qelsim --tcp [--host-base IP] [--port N] [--same-ip] --chamber ADDR:MODEL[:DP1[,DP2[,DP3]]] ...\n"
+               "  qelsim --rtu|--asc [--link PATH] [--baud N] --chamber ADDR:MODEL[:DP1[,DP2[,DP3]]] ...\n"
                "  qelsim --demo [--tcp|--rtu|--asc]\n"
                "\n"
                "Line:\n"
@@ -257,18 +257,20 @@ QString HelpText() {
                "  --baud N           pace serial replies as at N baud (default 0: at once)\n"
                "\n"
                "Chambers:\n"
-               "  --chamber ADDR:MODEL[:DP1[,DP2]]\n"
-               "                     a chamber at Modbus address ADDR (1..247); MODEL QEL2000 (1 channel)\n"
-               "                     or QEL2100 (2 channels); DPn decimal places of channel n (default 1,\n"
-               "                     so 25.0 is raw 250)\n"
+               "  --chamber ADDR:MODEL[:DP1[,DP2[,DP3]]]\n"
+               "                     a chamber at Modbus address ADDR (1..247); MODEL QEL2000 (1 channel),\n"
+               "                     QEL2100 (2 channels), QEL2200 (temperature and humidity, one run state)\n"
+               "                     or QEL2300 (rooms Hi, Ex, Lo, one run state); DPn decimal places of\n"
+               "                     channel n (default 1, so 25.0 is raw 250)\n"
                "  --demo             chambers 1..4: QEL2000, QEL2100, QEL2000, QEL2100; chamber 1 in a fixed\n"
                "                     run to 35.0 with a 2 h timer, chamber 2 running its program, chamber 4\n"
                "                     with a sensor burn-out on channel 2\n"
                "  --set ADDR:REG:VALUE\n"
                "                     write a register at start (decimal or 0x..; negative values allowed),\n"
                "                     e.g. --set 1:0x0009:-200 puts PV of chamber 1 at -20.0\n"
-               "  --run ADDR[:CH]    press the run key at start (every channel without CH); register\n"
-               "                     0x006E/0x0075 (FixMode) non-zero starts a fixed run, 0 the program\n"
+               "  --run ADDR[:CH]    press the run key at start (every channel without CH); on a QEL2000/2100\n"
+               "                     register 0x006E/0x0075 (FixMode) non-zero starts a fixed run, 0 the\n"
+               "                     program; on a QEL2200 0x0063 does so for both channels\n"
                "  --fault ADDR:MODE[:ARG][@P]\n"
                "                     misbehave from the start; ADDR may be *; MODE and ARG as the commands\n"
                "                     below (delay:MS, mixed[:MS]), @P the share of requests faulted\n"
@@ -283,10 +285,13 @@ QString HelpText() {
                "  --help, -h         this text\n"
                "\n"
                "On stdout qelsim prints \"listen ADDR IP:PORT\" per chamber (TCP) or \"pty PATH\" (serial),\n"
-               "then \"ready\". Live behaviour: PV follows SP with a lag; keys written to 0x0065 (channel 1)\n"
-               "or 0x0066 (channel 2): 1 run, 2 hold (toggle), 3 step, 4 stop, 5 user key. The fixed set\n"
-               "point is 0x0067/0x0068, the pattern number 0x0063/0x0064. Reads of 1..130 registers;\n"
-               "unknown functions get exception 01.\n"
+               "then \"ready\". Live behaviour: PV follows SP with a lag; keys 1 run, 2 hold (toggle),\n"
+               "3 step, 4 stop, 5 user key. QEL2000/2100: keys to 0x0065 (channel 1) or 0x0066 (channel 2),\n"
+               "fixed set point 0x0067/0x0068, pattern number 0x0063/0x0064. QEL2200: keys to 0x0516,\n"
+               "fixed set points 0x0513/0x0514, pattern number 0x0515. QEL2300: keys to 0x0032 (3 moves\n"
+               "on to the next room), pattern number 0x0031; no fixed run. Patterns stored through the\n"
+               "controllers' command windows run when their number is started. Reads of 1..130\n"
+               "registers; unknown functions get exception 01.\n"
                "\n") +
            CommandHelp() +
            QStringLiteral(
@@ -294,6 +299,7 @@ QString HelpText() {
                "Examples:\n"
                "  qelsim --demo\n"
                "  qelsim --tcp --port 5020 --same-ip --chamber 1:QEL2000 --chamber 2:QEL2100:1,0\n"
+               "  qelsim --tcp --chamber 1:QEL2200:1,0 --chamber 2:QEL2300:1,1,2\n"
                "  qelsim --rtu --link /tmp/qel-line --chamber 1:QEL2000 --chamber 2:QEL2100 --fault 2:badcrc\n"
                "  qelsim --tcp --chamber 1:QEL2000 --fault 1:mixed:300@20 --seed 7\n");
 }
