@@ -1,14 +1,14 @@
 #include "pattern_transfer.h"
 
-#include "clock.h"
-#include "dec2hex.h"
 #include "errorlog.h"
 #include "language.h"
-#include "modbus.h"
 #include "reply_text.h"
 #include "runtime_error.h"
 #include "state.h"
+#include "transfer_steps.h"
 #include "vbtext.h"
+
+#include <algorithm>
 
 namespace qel {
 
@@ -20,70 +20,15 @@ constexpr int kHeader = 0x0474;
 constexpr int kSegment = 0x0464;
 constexpr int kTail = 0x047D;
 
-// A block read the chamber did not answer.
-struct CommFailure {};
-
-// One transfer: its chamber, channel and the editor's keys.
-class Transfer {
-public:
-    Transfer(int16_t chamber, int channelIndex, const TransferUi& ui)
-        : chamber_(chamber), channel_(channelIndex + 1), ui_(ui) {}
-
-    bool stopped() const { return ui_.stopped && ui_.stopped(); }
-    void progress(int value, int maximum) const {
-        if (ui_.progress) ui_.progress(value, maximum, QStringLiteral("%1 of %2").arg(value).arg(maximum));
-    }
-    void message(const QString& title, const QString& text) const {
-        if (ui_.message) ui_.message(title, text);
-    }
-    void pause(int times) const { WaitSec(times * PCSpeed / 1000.0); }
-
-    void write(const QString& body) const {
-        int16_t minLen = 4;
-        ModbusTransact(QString(), minLen, chamber_, 0, body);
-    }
-    // A block of 82 registers; "" when the chamber did not answer.
-    QString read(const QString& body) const {
-        int16_t minLen = 334;
-        const QString r = ModbusTransact(QStringLiteral("&H3A4"), minLen, chamber_, 0, body);
-        return CommError[ChamberIndex(chamber_)] == -1 ? QString() : r;
-    }
-
-    // Plain values are written as they are, set points scaled by the
-    // channel transferred.
-    QString hex(const QString& text) const { return Dec2HexOfChannel(static_cast<float>(Val(text)), 0, chamber_, channel_); }
-    QString hex(int value) const { return Dec2HexOfChannel(static_cast<float>(value), 0, chamber_, channel_); }
-    QString setPoint(const QString& text) const {
-        return Dec2HexOfChannel(static_cast<float>(Val(text)), -1, chamber_, channel_);
-    }
-    // An empty signal, aux or flag element goes as "0000".
-    QString hexOrZero(const QString& text) const { return text.isEmpty() ? QStringLiteral("0000") : hex(text); }
-
-    QString plain(const QString& reply, int first, int reg) const {
-        return QString::number(RegisterAt(reply, first, reg));
-    }
-    QString scaled(const QString& reply, int first, int reg) const {
-        const QString dp = Chamber[ChamberIndex(chamber_)].DP[ChannelIndex(channel_)].trimmed();
-        const int16_t raw = RegisterAt(reply, first, reg);
-        if (dp.isEmpty()) return QString::number(raw);
-        return Format(raw / Val(u'1' + dp), QStringLiteral("###0.") + dp);
-    }
-
-    int16_t chamber_;
-    int channel_;
-    const TransferUi& ui_;
-};
-
-void ReadSegment(const Transfer& t, const QString& r, PatternRec& rec, int i) {
+void ReadSegment(const TransferSteps& t, const QString& r, PatternRec& rec, int i) {
     rec.SegSP[i] = t.scaled(r, kSegment, kSegment);
-    rec.SegTime[i] = QString::number(int32_t{RegisterAt(r, kSegment, kSegment + 1)} * 3600 +
-                                     RegisterAt(r, kSegment, kSegment + 2));
+    rec.SegTime[i] = t.seconds(r, kSegment, kSegment + 1);
     for (int k = 0; k < 8; ++k) (*SegSignals(rec)[k])[i] = t.plain(r, kSegment, kSegment + 3 + k);
     for (int k = 0; k < 4; ++k) (*SegAuxes(rec)[k])[i] = t.plain(r, kSegment, kSegment + 11 + k);
     rec.SegUse[i] = t.plain(r, kSegment, 0x048E);
 }
 
-void ReadTail(const Transfer& t, const QString& r, PatternRec& rec, int channelIndex) {
+void ReadTail(const TransferSteps& t, const QString& r, PatternRec& rec, int channelIndex) {
     rec.PatternRepeat = t.plain(r, kTail, 0x047D);
     rec.EndMode = t.plain(r, kTail, 0x047E);
     rec.ChannelRepeat = t.plain(r, kTail, channelIndex == 0 ? 0x047F : 0x0480);
@@ -98,7 +43,7 @@ void ReadTail(const Transfer& t, const QString& r, PatternRec& rec, int channelI
 
 PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const TransferUi& ui) {
     PatternRec rec;
-    const Transfer t(chamber, channelIndex, ui);
+    const TransferSteps t(chamber, channelIndex + 1, ui);
     try {
         t.write(QStringLiteral("06044B") + t.hex(channelIndex));
         t.write(QStringLiteral("06044C") + t.hex(patternNo));
@@ -146,7 +91,7 @@ void ProgramDownload(int16_t chamber, int channelIndex, const TransferUi& ui, co
 
 int PatternSegmentsOnController(int16_t chamber, int patternNo, int channelIndex) {
     const TransferUi none;
-    const Transfer t(chamber, channelIndex, none);
+    const TransferSteps t(chamber, channelIndex + 1, none);
     t.write(QStringLiteral("10044B000810") + t.hex(channelIndex) + t.hex(patternNo) +
             QStringLiteral("000000010001000100010002"));
     const QString header = t.read(QStringLiteral("0304740052"));
@@ -154,16 +99,9 @@ int PatternSegmentsOnController(int16_t chamber, int patternNo, int channelIndex
 }
 
 int16_t PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int channelIndex, const TransferUi& ui) {
-    const Transfer t(chamber, channelIndex, ui);
+    const TransferSteps t(chamber, channelIndex + 1, ui);
     try {
-        // The count as the save has always made it: all 101 filled leaves it at 1.
-        int last = 0;
-        for (int i = 0; i < kPatternSegments; ++i)
-            if (rec.SegTime[i].isEmpty()) {
-                last = i - 1;
-                break;
-            }
-        const int count = last + 1;
+        const int count = SaveSegmentCount(rec);
         t.progress(1, count);
         const QString channel = t.hex(channelIndex), pattern = t.hex(patternNo);
         t.write(QStringLiteral("06044B") + channel);
@@ -181,14 +119,11 @@ int16_t PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int channel
             total += secs;
             t.write(QStringLiteral("06044D") + t.hex(i + 1));
             t.pause(1);
-            const int32_t h = (secs - secs % 3600) / 3600;
-            const int32_t rest = secs - 3600 * h;
-            const int32_t m = (rest - rest % 60) / 60;
-            const int32_t s = rest - 60 * m;
+            const HoursAndRest time = SplitSeconds(secs);
             // The hours register carries one more than the hours, and a read
             // does not take it off: read and saved again, every segment comes
             // back an hour longer, as the controllers have always had it.
-            QString body = QStringLiteral("100464000B16") + t.setPoint(rec.SegSP[i]) + t.hex(h + 1) + t.hex(60 * m + s);
+            QString body = QStringLiteral("100464000B16") + t.setPoint(rec.SegSP[i]) + t.hex(time.hours + 1) + t.hex(time.rest);
             for (SegmentTexts* sig : SegSignals(rec)) {
                 if ((*sig)[i].isEmpty()) (*sig)[i] = QStringLiteral("0000");
                 body += t.hex((*sig)[i]);
