@@ -81,8 +81,9 @@ QByteArray Bytes(const QString& file) {
 // with the time of day at 2024-01-31 08:15:07 under the test's hand.
 class RunLine : public ::testing::Test {
 protected:
-    void start(const QStringList& served, const std::function<void(const QString& folder)>& settings = {}) {
-        ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}}, QStringList{"--frozen", "--no-noise"} + served, 40))
+    void start(const QStringList& served, const std::function<void(const QString& folder)>& settings = {},
+               const QString& model = "QEL2100") {
+        ASSERT_TRUE(line.start("ETH", {{1, model}}, QStringList{"--frozen", "--no-noise"} + served, 40))
             << line.sim.stderrText().toStdString();
         folder = line.folder() + '/';
         ASSERT_TRUE(qel::WriteProfileString("FileSaveSec", "FileSave", "30", folder + "SetComm.ini"));
@@ -227,3 +228,44 @@ TEST_P(BothChannels, FilesByteForByte) {
 
 INSTANTIATE_TEST_SUITE_P(Runs, BothChannels, ::testing::Values(false, true),
                          [](const auto& info) { return std::string(info.param ? "Linked" : "HeatCool"); });
+
+// The QEL2200 and the QEL2300 each log one file per run whatever the channel:
+// two triples a row (52 bytes) on the QEL2200, three (76 bytes) on the
+// QEL2300, each row the values qelsim served, channel 1's time first.
+struct ModelRun {
+    const char* model;
+    QStringList served;
+    QByteArray bytes;
+};
+const ModelRun kModelRuns[] = {
+    // Status 0x0043 = 1 (program run), pattern 4; PV -20.0 / 65.3, SP 30.0 / 70.0, MV 55.5 / 12.3.
+    {"QEL2200",
+     {"--set", "1:0x0043:1", "--set", "1:0x0012:4", "--set", "1:0x0000:-200", "--set", "1:0x0002:653", "--set",
+      "1:0x0003:300", "--set", "1:0x0004:700", "--set", "1:0x0005:555", "--set", "1:0x0006:123"},
+     Text40("[QEL2200] Programs RUN / PT NO. 4") + Text40("CH1") + Row(60, {-20.0, 30.0, 55.5, 65.3, 70.0, 12.3}) +
+         Row(120, {-20.0, 30.0, 55.5, 65.3, 70.0, 12.3})},
+    // Status low byte of 0x0005 = 1, pattern 6; rooms Hi, Ex, Lo.
+    {"QEL2300",
+     {"--set", "1:0x0005:1", "--set", "1:0x001A:6", "--set", "1:0x0006:1500", "--set", "1:0x0007:200", "--set",
+      "1:0x0008:-450", "--set", "1:0x0009:1550", "--set", "1:0x000A:230", "--set", "1:0x000B:-500", "--set",
+      "1:0x000C:800", "--set", "1:0x000D:0", "--set", "1:0x000E:1000"},
+     Text40("[QEL2300] Programs RUN / PT NO. 6") + Text40("CH1") +
+         Row(60, {150.0, 155.0, 80.0, 20.0, 23.0, 0.0, -45.0, -50.0, 100.0}) +
+         Row(120, {150.0, 155.0, 80.0, 20.0, 23.0, 0.0, -45.0, -50.0, 100.0})},
+};
+
+class ModelRuns : public RunLine, public ::testing::WithParamInterface<int> {};
+
+TEST_P(ModelRuns, RowsOfTheirLayouts) {
+    const ModelRun& run = kModelRuns[GetParam()];
+    start(run.served, {}, run.model);
+    for (int i = 0; i < 2; ++i) {
+        clock.advance(60);
+        ASSERT_TRUE(Ticks(*frame, 1));
+    }
+    EXPECT_EQ(QDir(folder + "DATA/Sim 1").entryList(QDir::Files), QStringList{"20240131081507.log"});
+    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507.log").toHex(' ').toStdString(), run.bytes.toHex(' ').toStdString());
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, ModelRuns, ::testing::Values(0, 1),
+                         [](const auto& info) { return std::string(kModelRuns[info.param].model); });
