@@ -48,8 +48,8 @@ bool ParseChamber(const QString& text, ChamberConfig* c, QString* error) {
 
 // Chambers 1..4, two of them running, so that a station has something to show.
 void AddDemo(Options* o) {
-    const char* models[] = {"QEL2000", "QEL2100", "QEL2000", "QEL2100"};
-    for (int a = 1; a <= 4; ++a) {
+    const char* models[] = {"QEL2000", "QEL2100", "QEL2000", "QEL2100", "QEL2200", "QEL2300"};
+    for (int a = 1; a <= 6; ++a) {
         ChamberConfig c;
         c.address = a;
         c.model = models[a - 1];
@@ -66,6 +66,10 @@ void AddDemo(Options* o) {
     o->runs.push_back({2, 0});
     // Chamber 4: a sensor fault on channel 2 (burn-out).
     o->sets.push_back({4, 0x0003, 2});
+    // Chamber 5 (QEL2200) runs its built-in program on both channels,
+    // chamber 6 (QEL2300) its rooms.
+    o->runs.push_back({5, 1});
+    o->runs.push_back({6, 1});
 }
 
 }  // namespace
@@ -262,9 +266,10 @@ QString HelpText() {
                "                     QEL2100 (2 channels), QEL2200 (temperature and humidity, one run state)\n"
                "                     or QEL2300 (rooms Hi, Ex, Lo, one run state); DPn decimal places of\n"
                "                     channel n (default 1, so 25.0 is raw 250)\n"
-               "  --demo             chambers 1..4: QEL2000, QEL2100, QEL2000, QEL2100; chamber 1 in a fixed\n"
-               "                     run to 35.0 with a 2 h timer, chamber 2 running its program, chamber 4\n"
-               "                     with a sensor burn-out on channel 2\n"
+               "  --demo             chambers 1..6: QEL2000, QEL2100, QEL2000, QEL2100, QEL2200, QEL2300;\n"
+               "                     chamber 1 in a fixed run to 35.0 with a 2 h timer, chamber 2 running its\n"
+               "                     program, chamber 4 with a sensor burn-out on channel 2, chambers 5 and 6\n"
+               "                     running their programs\n"
                "  --set ADDR:REG:VALUE\n"
                "                     write a register at start (decimal or 0x..; negative values allowed),\n"
                "                     e.g. --set 1:0x0009:-200 puts PV of chamber 1 at -20.0\n"
