@@ -1,5 +1,6 @@
 #include "model.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "frames.h"
@@ -127,6 +128,25 @@ double Chamber::ripple(int channel, double amplitude) const {
     x ^= x >> 31;
     const double unit = static_cast<double>(x >> 11) / static_cast<double>(1ULL << 53);  // [0, 1)
     return amplitude * (2.0 * unit - 1.0);
+}
+
+void Chamber::putEndDate(int first, double secondsToEnd) {
+    QDateTime end;
+    if (secondsToEnd >= 0 && now_.isValid()) end = now_.addSecs(static_cast<qint64>(std::ceil(secondsToEnd)));
+    const QDate d = end.isValid() ? end.date() : QDate(1970, 1, 1);
+    const QTime t = end.isValid() ? end.time() : QTime(0, 0);
+    put(first, static_cast<uint16_t>(d.year()));
+    put(first + 1, static_cast<uint16_t>(d.month()));
+    put(first + 2, static_cast<uint16_t>(d.day()));
+    put(first + 3, static_cast<uint16_t>(t.hour()));
+    put(first + 4, static_cast<uint16_t>(t.minute()));
+}
+
+void Chamber::putRunTime(int first, double seconds) {
+    const auto run = static_cast<int64_t>(seconds);
+    put(first, static_cast<uint16_t>(std::min<int64_t>(run / 3600, 0xFFFF)));
+    put(first + 1, static_cast<uint16_t>(run % 3600 / 60));
+    put(first + 2, static_cast<uint16_t>(run % 60));
 }
 
 }  // namespace qelsim

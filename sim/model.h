@@ -89,6 +89,12 @@ protected:
     static uint16_t toRaw(double v, int decimals);
     static double fromRaw(uint16_t raw, int decimals);
     void put(int address, uint16_t value) { regs_[static_cast<uint16_t>(address)] = value; }
+    // Five registers from `first`: year, month, day, hour, minute of the time
+    // now + secondsToEnd; the controllers' unset date 1970-01-01 00:00 when
+    // the run has no end of its own (negative) or the time is not known yet.
+    void putEndDate(int first, double secondsToEnd);
+    // Three registers from `first`: hours, minutes, seconds.
+    void putRunTime(int first, double seconds);
     // A ripple of at most amplitude that depends only on the seed, the
     // chamber, the channel and the whole second of now.
     double ripple(int channel, double amplitude) const;

@@ -246,10 +246,7 @@ void Qel2000Model::refresh() {
         put(r.tsp, toRaw(c.targetSp(), dp));
         put(r.mv, toRaw(c.mv(), dp));
 
-        const auto run = static_cast<int64_t>(c.runSeconds());
-        put(r.runTime, static_cast<uint16_t>(std::min<int64_t>(run / 3600, 0xFFFF)));
-        put(r.runTime + 1, static_cast<uint16_t>(run % 3600 / 60));
-        put(r.runTime + 2, static_cast<uint16_t>(run % 60));
+        putRunTime(r.runTime, c.runSeconds());
 
         put(r.segNo, static_cast<uint16_t>(c.segmentNo()));
         put(r.ptRpt, static_cast<uint16_t>(c.runKind() == Channel::Run::Program ? c.patternPass() : 0));
@@ -261,16 +258,7 @@ void Qel2000Model::refresh() {
 
         // A run without an end of its own (stopped, or a fixed run without
         // timer) shows the controllers' unset date.
-        const double toEnd = c.secondsToEnd(s);
-        QDateTime end;
-        if (toEnd >= 0 && now().isValid()) end = now().addSecs(static_cast<qint64>(std::ceil(toEnd)));
-        const QDate d = end.isValid() ? end.date() : QDate(1970, 1, 1);
-        const QTime t = end.isValid() ? end.time() : QTime(0, 0);
-        put(r.endDate, static_cast<uint16_t>(d.year()));
-        put(r.endDate + 1, static_cast<uint16_t>(d.month()));
-        put(r.endDate + 2, static_cast<uint16_t>(d.day()));
-        put(r.endDate + 3, static_cast<uint16_t>(t.hour()));
-        put(r.endDate + 4, static_cast<uint16_t>(t.minute()));
+        putEndDate(r.endDate, c.secondsToEnd(s));
 
         const bool deviates = c.running() && std::abs(c.pv() - c.sp()) > DeviationLimit;
         put(r.evtA, static_cast<uint16_t>((reg(r.evtA) & ~DeviationAlarmBit) | (deviates ? DeviationAlarmBit : 0)));

@@ -242,10 +242,7 @@ void Qel2200Model::refresh() {
     const ChannelSettings s = settings(0);
     put(StatusReg, static_cast<uint16_t>((reg(StatusReg) & ~StatusBits) | c.statusBits()));
 
-    const auto run = static_cast<int64_t>(c.runSeconds());
-    put(RunTimeReg, static_cast<uint16_t>(std::min<int64_t>(run / 3600, 0xFFFF)));
-    put(RunTimeReg + 1, static_cast<uint16_t>(run % 3600 / 60));
-    put(RunTimeReg + 2, static_cast<uint16_t>(run % 60));
+    putRunTime(RunTimeReg, c.runSeconds());
 
     put(SegNoReg, static_cast<uint16_t>(c.segmentNo()));
     put(PtRptReg, static_cast<uint16_t>(c.runKind() == Channel::Run::Program ? c.patternPass() : 0));
@@ -257,16 +254,7 @@ void Qel2200Model::refresh() {
 
     // A run without an end of its own (stopped, or a fixed run without
     // timer) shows the controllers' unset date.
-    const double toEnd = c.secondsToEnd(s);
-    QDateTime end;
-    if (toEnd >= 0 && now().isValid()) end = now().addSecs(static_cast<qint64>(std::ceil(toEnd)));
-    const QDate d = end.isValid() ? end.date() : QDate(1970, 1, 1);
-    const QTime t = end.isValid() ? end.time() : QTime(0, 0);
-    put(EndDateReg, static_cast<uint16_t>(d.year()));
-    put(EndDateReg + 1, static_cast<uint16_t>(d.month()));
-    put(EndDateReg + 2, static_cast<uint16_t>(d.day()));
-    put(EndDateReg + 3, static_cast<uint16_t>(t.hour()));
-    put(EndDateReg + 4, static_cast<uint16_t>(t.minute()));
+    putEndDate(EndDateReg, c.secondsToEnd(s));
 
     put(EvtWordAReg,
         static_cast<uint16_t>((reg(EvtWordAReg) & ~DeviationAlarmBit) | (deviates ? DeviationAlarmBit : 0)));

@@ -246,10 +246,7 @@ void Qel2300Model::refresh() {
     const uint16_t bits = (running_ ? RunBit : 0) | (held_ ? HoldBit : 0);
     put(StatusReg, static_cast<uint16_t>((reg(StatusReg) & ~(RunBit | HoldBit)) | bits));
 
-    const auto run = static_cast<int64_t>(runSeconds_);
-    put(RunTimeReg, static_cast<uint16_t>(std::min<int64_t>(run / 3600, 0xFFFF)));
-    put(RunTimeReg + 1, static_cast<uint16_t>(run % 3600 / 60));
-    put(RunTimeReg + 2, static_cast<uint16_t>(run % 60));
+    putRunTime(RunTimeReg, runSeconds_);
 
     const auto inRoom = static_cast<int>(elapsed_);
     const int roomTime = running_ ? roomSeconds_[order_[index_]] : 0;
@@ -261,16 +258,7 @@ void Qel2300Model::refresh() {
     if (running_) put(SideReg, static_cast<uint16_t>(order_[index_]));
 
     // A chamber that stands shows the controllers' unset date.
-    const double toEnd = secondsToEnd();
-    QDateTime end;
-    if (toEnd >= 0 && now().isValid()) end = now().addSecs(static_cast<qint64>(std::ceil(toEnd)));
-    const QDate d = end.isValid() ? end.date() : QDate(1970, 1, 1);
-    const QTime t = end.isValid() ? end.time() : QTime(0, 0);
-    put(EndDateReg, static_cast<uint16_t>(d.year()));
-    put(EndDateReg + 1, static_cast<uint16_t>(d.month()));
-    put(EndDateReg + 2, static_cast<uint16_t>(d.day()));
-    put(EndDateReg + 3, static_cast<uint16_t>(t.hour()));
-    put(EndDateReg + 4, static_cast<uint16_t>(t.minute()));
+    putEndDate(EndDateReg, secondsToEnd());
 
     put(EvtWordAReg,
         static_cast<uint16_t>((reg(EvtWordAReg) & ~DeviationAlarmBit) | (deviates ? DeviationAlarmBit : 0)));

@@ -3,15 +3,9 @@
 // 0x044D, range 0x0450/0x0451, command 0x0452: 2 load, 3 store, 5 clear) on
 // a scripted RTU line with a manual clock, so that minutes of waits pass at
 // once. The requests are checked against sequences written from the tables.
-#include "app_dir.h"
-#include "app_folder.h"
-#include "clock.h"
-#include "fake_serial.h"
-#include "language.h"
-#include "link.h"
 #include "pattern_transfer.h"
-#include "settings_state.h"
 #include "state.h"
+#include "transfer_line.h"
 
 #include <QMap>
 #include <gtest/gtest.h>
@@ -23,10 +17,9 @@ namespace {
 // The controller: pattern memory by (channel, pattern, segment); segment 0
 // holds the header (0x0474..0x0477) and the tail (0x047D..0x048D), a segment
 // its window (0x0464..0x0472) and its flag (0x048E).
-struct Controller {
-    QMap<int, uint16_t> regs;
+struct Controller : qeltest::RegisterController {
+    Controller() : RegisterController(0x0452) {}
     QMap<std::tuple<int, int, int>, QMap<int, uint16_t>> memory;
-    QStringList bodies;  // requests without address and checksum, upper-case hex
 
     static QList<int> WindowOf(int segment) {
         QList<int> w;
@@ -44,7 +37,7 @@ struct Controller {
         while (memory.contains({ch, p, n + 1})) ++n;
         return n;
     }
-    void command(int cmd) {
+    void command(int cmd) override {
         const int ch = regs[0x044B], p = regs[0x044C], seg = regs[0x044D];
         if (cmd == 2) {
             const auto item = memory.value({ch, p, seg});
@@ -61,45 +54,11 @@ struct Controller {
                          : std::next(it);
         }
     }
-    QByteArray answer(const QByteArray& req) {
-        bodies << QString::fromLatin1(req.mid(1, req.size() - 3).toHex().toUpper());
-        const auto word = [&](int at) { return static_cast<uint16_t>(uint8_t(req[at]) << 8 | uint8_t(req[at + 1])); };
-        const int fn = uint8_t(req[1]), first = word(2);
-        if (fn == 3) return qeltest::WithCrc(qeltest::ReadReplyBody(1, first, word(4), [this](int r) { return regs.value(r, 0); }));
-        const int count = fn == 6 ? 1 : word(4);
-        for (int k = 0; k < count; ++k) {
-            const int reg = first + k;
-            regs[reg] = word(fn == 6 ? 4 : 7 + 2 * k);
-            if (reg == 0x0452) command(regs[reg]);
-        }
-        return qeltest::WithCrc(req.left(6));
-    }
 };
 
-class Transfer : public ::testing::Test {
+class Transfer : public qeltest::TransferLine {
 protected:
-    void SetUp() override {
-        ResetSettingsState();
-        FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), dir.path());
-        Language = "ENG";
-        LoadLanguage();
-        SetClock(&clock);
-        port = qeltest::InstallFakeSerialPort();
-        port->reply = [this](const QByteArray& req) { return silent ? QByteArray() : ctl.answer(req); };
-        MaxChamberNo = 1;
-        ChamberModel[0] = "QEL2100";
-        ChamberAddress[0] = "1";
-        Chamber[0].DP = {"0", "0", ""};
-        OpenLink();
-        ui.message = [this](const QString& title, const QString& text) { boxes << title + "|" + text; };
-        ui.stopped = [this] { return stopAfter >= 0 && ctl.bodies.size() >= stopAfter; };
-        TailDirty = 0;
-    }
-    void TearDown() override {
-        RemoveLink();
-        ClearLanguageTables();
-        ResetSettingsState();
-    }
+    void SetUp() override { start("QEL2100", {"0", "0", ""}, ctl); }
     static PatternRec Sample() {
         PatternRec r;
         r.StartType = "1";
@@ -119,14 +78,7 @@ protected:
         r.LoopCount[0] = "5";
         return r;
     }
-    qeltest::AppDir dir;
-    ManualClock clock;
-    qeltest::FakeSerialPort* port = nullptr;
     Controller ctl;
-    TransferUi ui;
-    QStringList boxes;
-    int stopAfter = -1;
-    bool silent = false;
 };
 
 }  // namespace

@@ -3,15 +3,9 @@
 // 0x051D/0x051E, command 0x051F: 2 load, 3 store, 5 clear; header 0x001D,
 // tail 0x0021, segment window 0x0530) on a scripted RTU line with a manual
 // clock. The requests are checked against sequences written from the tables.
-#include "app_dir.h"
-#include "app_folder.h"
-#include "clock.h"
-#include "fake_serial.h"
-#include "language.h"
-#include "link.h"
 #include "pattern_transfer_2200.h"
-#include "settings_state.h"
 #include "state.h"
+#include "transfer_line.h"
 
 #include <QMap>
 #include <gtest/gtest.h>
@@ -24,10 +18,9 @@ namespace {
 // level: header 0x001E..0x0020 (0x001D, the count, is made on loading) and
 // tail 0x0021..0x002F; segment k its window 0x0530..0x053C. A load always
 // brings the pattern level, and the segment's window when one is selected.
-struct Controller2200 {
-    QMap<int, uint16_t> regs;
+struct Controller2200 : qeltest::RegisterController {
+    Controller2200() : RegisterController(0x051F) {}
     QMap<std::pair<int, int>, QMap<int, uint16_t>> memory;
-    QStringList bodies;  // requests without address and checksum, upper-case hex
 
     static QList<int> WindowOf(int segment) {
         QList<int> w;
@@ -39,7 +32,7 @@ struct Controller2200 {
         while (memory.contains({p, n + 1})) ++n;
         return n;
     }
-    void command(int cmd) {
+    void command(int cmd) override {
         const int p = regs[0x0519], seg = regs[0x051A];
         if (cmd == 2) {
             for (int r : WindowOf(0)) regs[r] = memory.value({p, 0}).value(r, 0);
@@ -54,46 +47,11 @@ struct Controller2200 {
                 it = it.key().first >= regs[0x051D] && it.key().first <= regs[0x051E] ? memory.erase(it) : std::next(it);
         }
     }
-    QByteArray answer(const QByteArray& req) {
-        const auto word = [&](int at) { return static_cast<uint16_t>(uint8_t(req[at]) << 8 | uint8_t(req[at + 1])); };
-        const int fn = uint8_t(req[1]), first = word(2);
-        if (fn == 3) return qeltest::WithCrc(qeltest::ReadReplyBody(1, first, word(4), [this](int r) { return regs.value(r, 0); }));
-        const int count = fn == 6 ? 1 : word(4);
-        for (int k = 0; k < count; ++k) {
-            regs[first + k] = word(fn == 6 ? 4 : 7 + 2 * k);
-            if (first + k == 0x051F) command(regs[first + k]);
-        }
-        return qeltest::WithCrc(req.left(6));
-    }
 };
 
-class Transfer2200 : public ::testing::Test {
+class Transfer2200 : public qeltest::TransferLine {
 protected:
-    void SetUp() override {
-        ResetSettingsState();
-        FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), dir.path());
-        Language = "ENG";
-        LoadLanguage();
-        SetClock(&clock);
-        port = qeltest::InstallFakeSerialPort();
-        port->reply = [this](const QByteArray& req) {
-            ctl.bodies << QString::fromLatin1(req.mid(1, req.size() - 3).toHex().toUpper());
-            return silent ? QByteArray() : ctl.answer(req);
-        };
-        MaxChamberNo = 1;
-        ChamberModel[0] = "QEL2200";
-        ChamberAddress[0] = "1";
-        Chamber[0].DP = {"0", "00", ""};  // channel 2 has two places
-        OpenLink();
-        ui.message = [this](const QString& title, const QString& text) { boxes << title + "|" + text; };
-        ui.stopped = [this] { return stopAfter >= 0 && ctl.bodies.size() >= stopAfter; };
-        TailDirty = 0;
-    }
-    void TearDown() override {
-        RemoveLink();
-        ClearLanguageTables();
-        ResetSettingsState();
-    }
+    void SetUp() override { start("QEL2200", {"0", "00", ""}, ctl); }  // channel 2 has two places
     static PatternRec Sample() {
         PatternRec r;
         r.StartType = "1";
@@ -114,14 +72,7 @@ protected:
         r.LoopCount = {"5", "6"};
         return r;
     }
-    qeltest::AppDir dir;
-    ManualClock clock;
-    qeltest::FakeSerialPort* port = nullptr;
     Controller2200 ctl;
-    TransferUi ui;
-    QStringList boxes;
-    int stopAfter = -1;
-    bool silent = false;
 };
 
 const QString z4 = "0000";

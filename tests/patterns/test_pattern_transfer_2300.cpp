@@ -3,15 +3,9 @@
 // command 0x0902: 2 load, 3 store, 5 clear; data block 0x0918..0x0943) on a
 // scripted RTU line with a manual clock. The requests are checked against a
 // sequence written from the table.
-#include "app_dir.h"
-#include "app_folder.h"
-#include "clock.h"
-#include "fake_serial.h"
-#include "language.h"
-#include "link.h"
 #include "pattern_transfer_2300.h"
-#include "settings_state.h"
 #include "state.h"
+#include "transfer_line.h"
 
 #include <QMap>
 #include <gtest/gtest.h>
@@ -22,12 +16,11 @@ namespace {
 
 // The controller: one data block per pattern, loaded into and stored from
 // the registers 0x0918..0x0943.
-struct Controller2300 {
-    QMap<int, uint16_t> regs;
+struct Controller2300 : qeltest::RegisterController {
+    Controller2300() : RegisterController(0x0902) {}
     QMap<int, QMap<int, uint16_t>> memory;
-    QStringList bodies;
 
-    void command(int cmd) {
+    void command(int cmd) override {
         const int p = regs[0x08FC];
         if (cmd == 2) {
             for (int r = 0x0918; r <= 0x0943; ++r) regs[r] = memory.value(p).value(r, 0);
@@ -37,44 +30,14 @@ struct Controller2300 {
             for (int q = regs[0x0900]; q <= regs[0x0901]; ++q) memory.remove(q);
         }
     }
-    QByteArray answer(const QByteArray& req) {
-        const auto word = [&](int at) { return static_cast<uint16_t>(uint8_t(req[at]) << 8 | uint8_t(req[at + 1])); };
-        const int fn = uint8_t(req[1]), first = word(2);
-        if (fn == 3) return qeltest::WithCrc(qeltest::ReadReplyBody(1, first, word(4), [this](int r) { return regs.value(r, 0); }));
-        const int count = fn == 6 ? 1 : word(4);
-        for (int k = 0; k < count; ++k) {
-            regs[first + k] = word(fn == 6 ? 4 : 7 + 2 * k);
-            if (first + k == 0x0902) command(regs[first + k]);
-        }
-        return qeltest::WithCrc(req.left(6));
-    }
 };
 
-class Transfer2300 : public ::testing::Test {
+class Transfer2300 : public qeltest::TransferLine {
 protected:
     void SetUp() override {
-        ResetSettingsState();
-        FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), dir.path());
-        Language = "ENG";
-        LoadLanguage();
-        SetClock(&clock);
-        port = qeltest::InstallFakeSerialPort();
-        port->reply = [this](const QByteArray& req) {
-            ctl.bodies << QString::fromLatin1(req.mid(1, req.size() - 3).toHex().toUpper());
-            return silent ? QByteArray() : ctl.answer(req);
-        };
-        MaxChamberNo = 1;
-        ChamberModel[0] = "QEL2300";
-        ChamberAddress[0] = "1";
-        Chamber[0].DP = {"0", "00", "00"};  // only channel 1's places count
-        OpenLink();
-        ui.message = [this](const QString& title, const QString& text) { boxes << title + "|" + text; };
+        start("QEL2300", {"0", "00", "00"}, ctl);  // only channel 1's places count
+        ui.stopped = nullptr;
         ui.progress = [this](int value, int, const QString&) { progress = value; };
-    }
-    void TearDown() override {
-        RemoveLink();
-        ClearLanguageTables();
-        ResetSettingsState();
     }
     static PatternRec Sample() {
         PatternRec r;
@@ -93,14 +56,8 @@ protected:
         r.SegSignal3[2] = "3";
         return r;
     }
-    qeltest::AppDir dir;
-    ManualClock clock;
-    qeltest::FakeSerialPort* port = nullptr;
     Controller2300 ctl;
-    TransferUi ui;
-    QStringList boxes;
     int progress = -1;
-    bool silent = false;
 };
 
 const QString z4 = "0000";
