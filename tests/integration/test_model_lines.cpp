@@ -1,0 +1,420 @@
+// The QEL2200 (two channels under one pattern) and the QEL2300 (three rooms)
+// as processes: qelpoll and the headless station against qelsim and against a
+// Modbus slave nobody here wrote, and pattern files written into the
+// controllers and read back. Every expected value is worked out here from the
+// controllers' register maps and the pattern file layout, never taken from
+// our own decoder, writer or simulator.
+#include "line_fixture.h"
+#include "profile.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QMap>
+#include <algorithm>
+#include <gtest/gtest.h>
+
+using namespace qeltest;
+
+namespace {
+
+const QString kQelPoll = QStringLiteral(QELPOLL_PATH);
+const QString kStation = QStringLiteral(QELSTATION_PATH);
+
+// One register a frozen chamber serves: address and the raw word (as written
+// with --set; negative words are two's complement).
+struct Served {
+    int reg;
+    int raw;
+};
+
+// A field of a JSON record: its name, the channel (element), and the value.
+struct Field {
+    const char* name;
+    int channel;
+    double value;
+};
+
+// qelsim's options for a frozen chamber that serves `regs` and nothing live.
+QStringList Frozen(const QList<std::pair<int, QList<Served>>>& chambers) {
+    QStringList args = {"--frozen", "--no-noise"};
+    for (const auto& [address, regs] : chambers)
+        for (const Served& s : regs)
+            args << "--set" << QStringLiteral("%1:0x%2:%3").arg(address).arg(s.reg, 4, 16, QChar('0')).arg(s.raw);
+    return args;
+}
+
+// A record field whether it is one number per chamber or one per channel.
+double Value(const QJsonObject& o, const Field& f) {
+    const QJsonValue v = o[f.name];
+    return v.isArray() ? v.toArray()[f.channel].toDouble() : v.toDouble();
+}
+
+void ExpectFields(const QJsonObject& o, const QList<Field>& want) {
+    for (const Field& f : want) EXPECT_DOUBLE_EQ(Value(o, f), f.value) << f.name << "[" << f.channel << "]";
+}
+
+QString EndDate(const QJsonObject& o, int channel = 0) {
+    return o["EndDate"].toArray()[channel].toVariant().toString();
+}
+
+// qelpoll's command line for the chamber at `address` of the line, its model and more options.
+QStringList PollArgs(const SimLine& line, int address, const char* model, const QStringList& more) {
+    return line.link(address) + QStringList{"--address", QString::number(address), "--model", model,
+                                            "--app-dir", line.folder()} + more;
+}
+
+// QEL2200, channel 1 at one decimal and channel 2 at two (qelpoll --dp 1,2):
+// the registers of its one poll block 0x0000..0x006C.
+const QList<Served> k2200Regs = {
+    {0x0000, -400},   {0x0002, -32768}, {0x0003, 32767},  {0x0004, 8525},  {0x0008, 250},   {0x0009, -1},
+    {0x0005, 555},    {0x0006, 1234},   {0x000B, -32768}, {0x000C, 3},     {0x0007, 4},     {0x000D, 32767},
+    {0x000E, 0x00F0}, {0x000F, -1},     {0x0010, 0x1234}, {0x0011, -32767}, {0x0017, 2},    {0x0018, 3},
+    {0x0019, 4},      {0x0012, 12},     {0x0013, 5},      {0x0015, 99},    {0x001A, 1},     {0x001B, 125},
+    {0x0033, 2},      {0x0034, 9},      {0x0035, 3},      {0x0036, 6},     {0x0037, 2},     {0x0038, 30},
+    {0x0068, 1},      {0x003E, 2024},   {0x003F, 5},      {0x0040, 6},     {0x0041, 7},     {0x0042, 8},
+    {0x0063, 1},      {0x006B, -25},    {0x006C, 150},    {0x0069, 3},     {0x006A, 600},   {0x0043, 0x0101},
+    {0x0050, 0xABCD}, {0x0051, 0x0042}, {0x0048, 1},      {0x0054, 7},
+};
+// What the QEL2200's block makes of them.
+const QList<Field> k2200Fields = {
+    {"PV", 0, -40.0},       {"PV", 1, -327.68},     {"SP", 0, 3276.7},      {"SP", 1, 85.25},
+    {"TSP", 0, 25.0},       {"TSP", 1, -0.01},      {"MV", 0, 55.5},        {"MV", 1, 12.34},
+    {"PVStat", 0, -32768},  {"PVStat", 1, 3},       {"PIDNo", 0, 4},        {"EvtWordD", 0, 32767},
+    {"EvtWordC", 0, 240},   {"EvtWordA", 0, -1},    {"RelayWordB", 0, 4660}, {"RelayWordA", 0, -32767},
+    {"RunTime", 0, 7384},   // 2 h 3 min 4 s: the minutes count here
+    {"PTNo", 0, 12},        {"SegNo", 0, 5},        {"SegTime", 0, 3725},   {"PTRpt", 0, 2},
+    {"PTRptSet", 0, 9},     {"SegRpt", 0, 3},       {"SegRptSet", 0, 6},    {"SegTimeSet", 0, 7230},
+    {"EndShown", 0, 1},     {"FixMode", 0, 1},      {"TempDev", 0, -2.5},   {"TempDev", 1, 1.5},
+    {"FixTime", 0, 11400},  {"Status", 0, 257},     // the whole register, not its low byte
+    {"RelayWordD", 0, -21555}, {"RelayWordC", 0, 66}, {"UserKeyState", 0, 1},
+    {"EvtMode", 0, 7},      // from 0x0054; 0x0015 holds 99
+    // Nothing of the second channel's run state, which the pattern shares.
+    {"PTNo", 1, 0},         {"SegNo", 1, 0},        {"PIDNo", 1, 0},        {"Status", 1, 0},
+    {"EvtWordB", 0, 0},     {"LinkedRun", 0, 0},
+};
+
+// QEL2300 with its rooms at one, two and no decimals (qelpoll --dp 1,2,0):
+// block 1 0x0002..0x0053 and block 2 0x008C..0x00DD.
+const QList<Served> k2300Regs = {
+    {0x0005, 0x1201}, {0x0002, 1},      {0x0003, -32768}, {0x0004, 32767},  {0x0006, -400},  {0x0007, -32768},
+    {0x0008, 32767},  {0x0009, 1250},   {0x000A, 2500},   {0x000B, -40},    {0x000C, 1000},  {0x000D, 5},
+    {0x000E, -1},     {0x000F, 1},      {0x0010, 2},      {0x0011, 3},      {0x0012, 0x0102}, {0x0013, -32768},
+    {0x0014, 0x0010}, {0x0015, 32767},  {0x0016, 0x00FF}, {0x0017, 1},      {0x0018, 59},    {0x0019, 59},
+    {0x001A, 21},     {0x001B, 77},     {0x003D, 0x123A}, {0x003E, 0xBCDE}, {0x0025, 0x0033}, {0x001C, 0},
+    {0x001D, 3599},   {0x008C, 4},      {0x008D, 10},     {0x00B8, 5},      {0x0097, 2025},  {0x0098, 12},
+    {0x0099, 31},     {0x009A, 23},     {0x009B, 59},     {0x0090, 1},      {0x0091, 1800},  {0x00A2, 1},
+    {0x00B5, 2},      {0x00B9, -32768}, {0x00B6, 7},      {0x00B7, -1},
+};
+const QList<Field> k2300Fields = {
+    {"Status", 0, 1},       // low byte of 0x0005 only
+    {"Status", 1, 0},       {"Status", 2, 0},       {"PVStat", 0, 1},       {"PVStat", 1, -32768},
+    {"PVStat", 2, 32767},   {"PV", 0, -40.0},       {"PV", 1, -327.68},     {"PV", 2, 32767},
+    {"SP", 0, 125.0},       {"SP", 1, 25.0},        {"SP", 2, -40},         {"MV", 0, 100.0},
+    {"MV", 1, 0.05},        {"MV", 2, -1},          {"PIDNo", 0, 1},        {"PIDNo", 1, 2},
+    {"PIDNo", 2, 3},        {"EvtWordD", 0, 258},   {"EvtWordC", 0, -32768}, {"EvtWordA", 0, 16},
+    {"RelayWordB", 0, 32767}, {"RelayWordA", 0, 255}, {"RunTime", 0, 7199}, {"PTNo", 0, 21},
+    // Last digit of 0x003D (A) and first three of 0x003E (BCD): 0xABCD.
+    {"RelayWordD", 0, -21555},
+    {"RelayWordC", 0, 51},  {"SegTime", 0, 3599},   {"PTRpt", 0, 4},        {"PTRptSet", 0, 10},
+    {"EvtMode", 0, 5},      {"SegTimeSet", 0, 5400}, {"UserKeyState", 0, 1}, {"Side", 0, 2},
+    {"SideMark", 0, -32768}, {"SideAltA", 0, 7},    {"SideAltB", 0, -1},
+    // No set point ramp and no segment number on this model (0x001B holds 77).
+    {"TSP", 0, 0},          {"SegNo", 0, 0},
+};
+
+class ModelLine : public ::testing::TestWithParam<const char*> {};
+
+}  // namespace
+
+// Guards against QEL2200 fields misplaced or mis-scaled, a low-byte status, EvtMode from 0x0015, an early end date.
+TEST_P(ModelLine, Qel2200PollDecodesEveryField) {
+    SimLine line;
+    ASSERT_TRUE(line.start(GetParam(), {{7, "QEL2200"}}, Frozen({{7, k2200Regs}})))
+        << line.sim.stderrText().toStdString();
+    const RunResult r = qeltest::Run(
+        kQelPoll, PollArgs(line, 7, "QEL2200", {"--dp", "1,2", "--pcspeed", "60", "--count", "2", "--json"}));
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QList<QJsonObject> polls = Records(r.out);
+    ASSERT_EQ(polls.size(), 2) << r.out.toStdString();
+    for (const QJsonObject& o : polls) {
+        EXPECT_EQ(o["FailCount"].toInt(), 0);
+        ExpectFields(o, k2200Fields);
+    }
+    // The status of a cycle is decoded after its end date: the first poll has no status yet.
+    EXPECT_EQ(EndDate(polls[0]), "0");
+    EXPECT_EQ(EndDate(polls[1]), "2024-05-06 07:08:00");
+    EXPECT_EQ(EndDate(polls[1], 1), "0");
+}
+
+// Guards against QEL2300 rooms scaled alike, a whole-register status, a straight RelayWordD, a misplaced block 2.
+TEST_P(ModelLine, Qel2300PollDecodesEveryField) {
+    SimLine line;
+    ASSERT_TRUE(line.start(GetParam(), {{9, "QEL2300"}}, Frozen({{9, k2300Regs}})))
+        << line.sim.stderrText().toStdString();
+    const RunResult r = qeltest::Run(
+        kQelPoll, PollArgs(line, 9, "QEL2300", {"--dp", "1,2,0", "--pcspeed", "60", "--count", "2", "--json"}));
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QList<QJsonObject> polls = Records(r.out);
+    ASSERT_EQ(polls.size(), 2) << r.out.toStdString();
+    for (const QJsonObject& o : polls) {
+        EXPECT_EQ(o["FailCount"].toInt(), 0);
+        ExpectFields(o, k2300Fields);
+        EXPECT_EQ(EndDate(o), "2025-12-31 23:59:00");  // block 2 sees this cycle's status
+    }
+}
+
+// Guards against the station polling these models otherwise, or scaling by places other than its settings give.
+TEST_P(ModelLine, StationRecordsWhatBothModelsServe) {
+    SimLine line;
+    const QList<Served> qel2200 = {{0x0000, -400}, {0x0002, 8525}, {0x0003, 250},  {0x0004, -1050},
+                                   {0x0005, 555},  {0x0006, 10000}, {0x0043, 0x0102}, {0x0012, 14}};
+    const QList<Served> qel2300 = {{0x0005, 0x0301}, {0x0006, 1500}, {0x0007, 251}, {0x0008, -655},
+                                   {0x0009, 1500},   {0x000A, 250},  {0x000B, -700}, {0x000C, 1000},
+                                   {0x000D, 0},      {0x000E, -1},   {0x001A, 3}};
+    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2200"}, {2, "QEL2300"}}, Frozen({{1, qel2200}, {2, qel2300}})))
+        << line.sim.stderrText().toStdString();
+    // The station takes the places from its settings: two on the QEL2200's second
+    // channel and the QEL2300's Ex room, one (the shipped "0") elsewhere.
+    const QString tags = line.folder() + "/SetUserTag.ini";
+    ASSERT_TRUE(qel::WriteProfileString("SDP_2", "1", "00/", tags));
+    ASSERT_TRUE(qel::WriteProfileString("SDP_2", "2", "00/", tags));
+    const RunResult r =
+        qeltest::Run(kStation, {"--headless", "--app-dir", line.folder(), "--cycles", "4", "--json"});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    QMap<int, QJsonObject> last;
+    for (const QJsonObject& o : Records(r.out)) last[o["Chamber"].toInt()] = o;
+    ASSERT_EQ(last.keys(), (QList<int>{1, 2})) << r.out.toStdString();
+    EXPECT_EQ(last[1]["FailCount"].toInt(), 0);
+    EXPECT_EQ(last[2]["FailCount"].toInt(), 0);
+    ExpectFields(last[1], {{"PV", 0, -40.0}, {"PV", 1, 85.25}, {"SP", 0, 25.0}, {"SP", 1, -10.5},
+                           {"MV", 0, 55.5}, {"MV", 1, 100.0}, {"Status", 0, 258}, {"PTNo", 0, 14}});
+    ExpectFields(last[2], {{"PV", 0, 150.0}, {"PV", 1, 2.51}, {"PV", 2, -65.5}, {"SP", 0, 150.0},
+                           {"SP", 1, 2.5},   {"SP", 2, -70.0}, {"MV", 0, 100.0}, {"MV", 1, 0.0},
+                           {"MV", 2, -0.1},  {"Status", 0, 1}, {"PTNo", 0, 3}});
+    EXPECT_GT(line.requests(2), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Protocols, ModelLine, ::testing::Values("ETH", "RTU", "ASC"));
+
+// Guards against qelpoll and qelsim sharing one wrong idea of the QEL2200's map (pymodbus holds the words).
+TEST(Qel2200Reference, ReadsWhatAReferenceSlaveHolds) {
+    const QString python = "/usr/bin/python3";
+    if (qeltest::Run(python, {"-c", "import pymodbus.server, serial_asyncio"}, 20000).exitCode != 0)
+        GTEST_SKIP() << "python3-pymodbus with serial-asyncio is not installed";
+    const quint16 port = FreePort();
+    ChildProcess peer;
+    ASSERT_TRUE(peer.start(python, {PYMODBUS_PEER, "0x0000=0xFF38", "0x0004=4550", "0x0017=1", "0x0018=2",
+                                    "0x0019=3", "0x0015=9", "0x0054=3", "0x0043=0x0102", "0x0050=0x8000",
+                                    "0x003E=2024", "0x003F=5", "0x0040=6", "0x0041=7", "0x0042=8", "--mode",
+                                    QString::number(port)}));
+    ASSERT_FALSE(peer.waitForLine("ready").isNull()) << peer.stderrText().toStdString();
+    QTemporaryDir logs;
+    const RunResult r = qeltest::Run(kQelPoll, {"--protocol", "ETH", "--ip", "127.0.0.1", "--remote-port",
+                                                QString::number(port), "--address", "1", "--model", "QEL2200", "--dp",
+                                                "1,2", "--pcspeed", "150", "--count", "2", "--json", "--app-dir",
+                                                logs.path()});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    const QJsonObject o = LastRecord(r.out);
+    ExpectFields(o, {{"PV", 0, -20.0}, {"SP", 1, 45.5}, {"RunTime", 0, 3723}, {"EvtMode", 0, 3},
+                     {"Status", 0, 258}, {"RelayWordD", 0, -32768}, {"FailCount", 0, 0}});
+    EXPECT_EQ(EndDate(o), "2024-05-06 07:08:00");
+}
+
+namespace {
+
+// The members of a pattern file in their order: T a text (16-bit byte count,
+// then the bytes), S 101 texts, L 5 texts, N a signed 32-bit number.
+constexpr char kMembers[] = "TTTTTSSSSSSSSSSSSSSSSTTTLLLTNTTTTTTTT";
+enum Member {
+    PatternNo, StartSP, StartSP2, StartType, HeaderSpare, SegSP, SegSP2, SegTime, SegSignal1,
+    SegAux1 = SegSignal1 + 8, SegUse = SegAux1 + 4, PatternRepeat, ChannelRepeat, EndMode, LoopStart, LoopEnd,
+    LoopCount, SegmentCount, TotalTime, RoomConfig, EndMode2300, DefrostType, HiRoomMode, LoRoomMode,
+    DefrostPeriod, DefrostTime, DefrostTemp
+};
+// Texts by member and element; those not given are empty.
+using Texts = QMap<std::pair<int, int>, QByteArray>;
+
+int Elements(char kind) { return kind == 'S' ? 101 : kind == 'L' ? 5 : 1; }
+
+QByteArray PtnFile(const Texts& texts, qint32 total = 0) {
+    QByteArray file;
+    for (int m = 0; kMembers[m]; ++m) {
+        if (kMembers[m] == 'N') {
+            for (int b = 0; b < 4; ++b) file.append(char(quint32(total) >> (8 * b) & 0xFF));
+            continue;
+        }
+        for (int e = 0; e < Elements(kMembers[m]); ++e) {
+            const QByteArray t = texts.value({m, e});
+            file.append(char(t.size() & 0xFF)).append(char(t.size() >> 8)).append(t);
+        }
+    }
+    return file;
+}
+
+// The items of a file, to say which differ when two files do.
+Texts Items(const QByteArray& file) {
+    Texts items;
+    int at = 0;
+    for (int m = 0; kMembers[m] && at < file.size(); ++m) {
+        if (kMembers[m] == 'N') {
+            items[{m, 0}] = file.mid(at, 4).toHex();
+            at += 4;
+            continue;
+        }
+        for (int e = 0; e < Elements(kMembers[m]) && at + 1 < file.size(); ++e) {
+            const int n = uint8_t(file[at]) | uint8_t(file[at + 1]) << 8;
+            if (!file.mid(at + 2, n).isEmpty()) items[{m, e}] = file.mid(at + 2, n);
+            at += 2 + n;
+        }
+    }
+    return items;
+}
+
+QString Differences(const QByteArray& got, const QByteArray& want) {
+    const Texts g = Items(got), w = Items(want);
+    QString out;
+    QList<std::pair<int, int>> keys = g.keys() + w.keys();
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    for (const auto& k : keys)
+        if (g.value(k) != w.value(k))
+            out += QStringLiteral("member %1[%2]: got \"%3\", want \"%4\"\n")
+                       .arg(k.first + 1)
+                       .arg(k.second)
+                       .arg(QString::fromLatin1(g.value(k)), QString::fromLatin1(w.value(k)));
+    return out;
+}
+
+class PatternLine : public ::testing::TestWithParam<const char*> {
+protected:
+    // A file of the line's folder with these bytes.
+    QString Write(const QString& name, const QByteArray& bytes) {
+        const QString path = line.folder() + "/" + name;
+        QFile f(path);
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(bytes);
+        return path;
+    }
+    // Files that a value beyond its register makes unfit: refused with status 2,
+    // and the controller has not heard a word.
+    void ExpectRefused(const QStringList& args, const Texts& good, const Texts& bad) {
+        for (auto b = bad.begin(); b != bad.end(); ++b) {
+            SCOPED_TRACE(QStringLiteral("member %1[%2] \"%3\"")
+                             .arg(b.key().first + 1)
+                             .arg(b.key().second)
+                             .arg(QString::fromLatin1(b.value()))
+                             .toStdString());
+            Texts t = good;
+            t[b.key()] = b.value();
+            const RunResult r =
+                qeltest::Run(kQelPoll, args + QStringList{"--write-pattern", Write("bad.PTN", PtnFile(t))});
+            EXPECT_EQ(r.exitCode, 2) << r.err.toStdString();
+            EXPECT_TRUE(r.err.startsWith("qelpoll: ")) << r.err.toStdString();
+            EXPECT_EQ(r.out, QString());
+            EXPECT_EQ(line.requests(address), 0);
+        }
+    }
+    // Writes `in`, reads the pattern back and compares the file with `want` byte for byte.
+    void ExpectRoundTrip(const QStringList& args, const Texts& in, const QString& patternNo, const QByteArray& want) {
+        const RunResult w = qeltest::Run(kQelPoll, args + QStringList{"--write-pattern", Write("in.PTN", PtnFile(in))});
+        ASSERT_EQ(w.exitCode, 0) << w.err.toStdString();
+        const QString out = line.folder() + "/out.PTN";
+        const RunResult r = qeltest::Run(kQelPoll, args + QStringList{"--read-pattern", patternNo, "--ptn", out});
+        ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+        QFile back(out);
+        ASSERT_TRUE(back.open(QIODevice::ReadOnly));
+        const QByteArray got = back.readAll();
+        EXPECT_EQ(got.size(), want.size());
+        EXPECT_TRUE(got == want) << Differences(got, want).toStdString();
+    }
+    SimLine line;
+    int address = 4;
+};
+
+// Sets every element of a segment array from a list (empty entries stay empty).
+void Fill(Texts& t, int member, const QList<QByteArray>& values) {
+    for (int e = 0; e < values.size(); ++e)
+        if (!values[e].isEmpty()) t[{member, e}] = values[e];
+}
+
+}  // namespace
+
+// Guards against a QEL2200 pattern changed on its way other than by the extra hour, or an unfit file sent at all.
+TEST_P(PatternLine, Qel2200PatternWrittenFromAFileAndReadBack) {
+    ASSERT_TRUE(line.start(GetParam(), {{address, "QEL2200"}}, {"--no-noise"})) << line.sim.stderrText().toStdString();
+    const QStringList args = PollArgs(line, address, "QEL2200", {"--dp", "1,2", "--pcspeed", "50"});
+    Texts in = {{{PatternNo, 0}, "4"}, {{StartSP, 0}, "-10.0"}, {{StartSP2, 0}, "50.0"}, {{StartType, 0}, "2"},
+                {{SegmentCount, 0}, "3"}, {{PatternRepeat, 0}, "3"}, {{ChannelRepeat, 0}, "0"}, {{EndMode, 0}, "2"}};
+    Fill(in, SegSP, {"-40.0", "150.5", "25.0"});
+    Fill(in, SegSP2, {"85.25", "", "-327.68"});
+    Fill(in, SegTime, {"0", "5400", "117961199"});  // 32766 h 59 min 59 s: 32767 with the extra hour
+    Fill(in, SegSignal1, {"1"});
+    Fill(in, SegSignal1 + 2, {"", "", "5"});
+    Fill(in, SegSignal1 + 7, {"12"});
+    Fill(in, SegAux1, {"7"});  // the QEL2200 has no aux values: never sent
+    Fill(in, SegUse, {"1", "0"});
+    Fill(in, LoopStart, {"1", "2"});
+    Fill(in, LoopEnd, {"2", "3"});
+    Fill(in, LoopCount, {"5", "0"});
+
+    ExpectRefused(args, in, {{{SegSP, 1}, "4000.0"},      // 40000 at one decimal
+                             {{SegSP2, 0}, "327.68"},     // 32768 at channel 2's two decimals
+                             {{SegTime, 2}, "117961200"}, // 32767 h, sent as 32768 with the extra hour
+                             {{StartSP, 0}, "-3276.9"}});
+
+    // Read back: one hour more per segment; channel 2's set points at two places;
+    // empty signals, use flags and repeats as the controller holds them.
+    Texts want = {{{PatternNo, 0}, "4"}, {{StartSP, 0}, "-10.0"}, {{StartSP2, 0}, "50.0"}, {{StartType, 0}, "2"},
+                  {{SegmentCount, 0}, "3"}, {{PatternRepeat, 0}, "3"}, {{ChannelRepeat, 0}, "1"}, {{EndMode, 0}, "2"}};
+    Fill(want, SegSP, {"-40.0", "150.5", "25.0"});
+    Fill(want, SegSP2, {"85.25", "0.00", "-327.68"});
+    Fill(want, SegTime, {"3600", "9000", "117964799"});
+    for (int s = 0; s < 8; ++s) Fill(want, SegSignal1 + s, {"0", "0", "0"});
+    Fill(want, SegSignal1, {"1"});
+    Fill(want, SegSignal1 + 2, {"0", "0", "5"});
+    Fill(want, SegSignal1 + 7, {"12"});
+    Fill(want, SegUse, {"1", "0", "0"});
+    Fill(want, LoopStart, {"1", "2", "0", "0"});
+    Fill(want, LoopEnd, {"2", "3", "0", "0"});
+    Fill(want, LoopCount, {"5", "0", "0", "0"});
+    ExpectRoundTrip(args, in, "4", PtnFile(want));
+}
+
+// Guards against a QEL2300 room program moved like a segment list, or its Ex room, pre-heat, defrost fields astray.
+TEST_P(PatternLine, Qel2300RoomProgramWrittenFromAFileAndReadBack) {
+    ASSERT_TRUE(line.start(GetParam(), {{address, "QEL2300"}}, {"--no-noise"})) << line.sim.stderrText().toStdString();
+    const QStringList args = PollArgs(line, address, "QEL2300", {"--pcspeed", "50"});
+    // On TCP the Ex room is out of the program (defrost type 1) and the Hi room has
+    // no pre-heat temperature; on RTU the Ex room takes part and the Lo room has none.
+    const bool exOut = QLatin1String(GetParam()) == "ETH";
+    Texts in = {{{PatternNo, 0}, "6"},       {{PatternRepeat, 0}, "2"},   {{EndMode2300, 0}, "1"},
+                {{DefrostType, 0}, exOut ? "1" : "3"}, {{HiRoomMode, 0}, "1"}, {{LoRoomMode, 0}, "2"},
+                {{DefrostPeriod, 0}, "12"},  {{DefrostTime, 0}, "300"},   {{DefrostTemp, 0}, "-5.5"}};
+    Fill(in, SegSP, {"150.0", "25.0", "-65.5"});
+    Fill(in, SegSP2, {exOut ? "" : "110.0", "30.0", exOut ? "-45.5" : ""});
+    Fill(in, SegTime, {"1800", "3661", "117964799"});  // 32767 h: the hours go as they are
+    Fill(in, SegSignal1, {"1", "2", "3", "4", "5", "6", "7", "8"});
+    Fill(in, SegSignal1 + 1, {"9", "10", "11", "12", "13", "14", "15", "16"});
+    Fill(in, SegSignal1 + 2, {"17", "", "19"});
+
+    ExpectRefused(args, in, {{{SegSP, 0}, "4000.0"},        // 40000 at one decimal
+                             {{DefrostTemp, 0}, "4000.0"},
+                             {{SegSP2, 2}, "-3276.9"},      // -32769
+                             {{SegTime, 1}, "117964800"}}); // 32768 h
+
+    Texts want = {{{PatternNo, 0}, "6"},       {{PatternRepeat, 0}, "2"},   {{EndMode2300, 0}, "1"},
+                  {{DefrostType, 0}, exOut ? "1" : "3"}, {{HiRoomMode, 0}, "1"}, {{LoRoomMode, 0}, "2"},
+                  {{DefrostPeriod, 0}, "12"},  {{DefrostTime, 0}, "&h012C"}, {{DefrostTemp, 0}, "-5.5"}};
+    Fill(want, SegSP, {"150.0", "25.0", "-65.5"});
+    Fill(want, SegSP2, {exOut ? "-200.0" : "110.0", "0.0", exOut ? "-45.5" : "-200.0"});
+    Fill(want, SegTime, {"1800", "3661", "117964799"});
+    Fill(want, SegSignal1, {"1", "2", "3", "4", "5", "6", "7", "8"});
+    if (exOut)
+        Fill(want, SegSignal1 + 1, {"0", "0", "0", "0", "0", "0", "0", "0"});
+    else
+        Fill(want, SegSignal1 + 1, {"9", "10", "11", "12", "13", "14", "15", "16"});
+    Fill(want, SegSignal1 + 2, {"17", "0", "19", "0", "0", "0", "0", "0"});
+    ExpectRoundTrip(args, in, "6", PtnFile(want));
+}
+
+INSTANTIATE_TEST_SUITE_P(Protocols, PatternLine, ::testing::Values("ETH", "RTU"));
