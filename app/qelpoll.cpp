@@ -80,7 +80,7 @@ QString CheckOptions(const QCommandLineParser& p, PollOptions& o) {
     if (o.protocol != u"RTU" && o.protocol != u"ASC" && o.protocol != u"ETH")
         return Refusal("protocol", "RTU, ASC or ETH", value("protocol"));
     o.model = value("model").toUpper();
-    if (!HasPollBlock(o.model)) return Refusal("model", "QEL2000, QEL2100, QEL2200 or QEL2300", value("model"));
+    if (!HasPollBlock(o.model)) return Refusal("model", "QEL2000, QEL2100, QEL2200, QEL2300 or QEL2400", value("model"));
     o.parity = value("parity");
     if (o.parity != u"None" && o.parity != u"Even" && o.parity != u"Odd")
         return Refusal("parity", "None, Even or Odd", o.parity);
@@ -199,7 +199,7 @@ int main(int argc, char** argv) {
                  QStringLiteral("502")});
     p.addOption({QStringLiteral("address"), QStringLiteral("Modbus slave address of the controller, 1 to 247."),
                  QStringLiteral("n"), QStringLiteral("1")});
-    p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel), QEL2100 (two), QEL2200 (two under one pattern) or QEL2300 (three rooms)."),
+    p.addOption({QStringLiteral("model"), QStringLiteral("QEL2000 (one channel), QEL2100 (two), QEL2200 (two under one pattern), QEL2300 (three rooms) or QEL2400 (three channels)."),
                  QStringLiteral("model"), QStringLiteral("QEL2000")});
     p.addOption({QStringLiteral("dp"),
                  QStringLiteral("Decimal places of each channel (0, 1 or 2), comma separated, at most one per "

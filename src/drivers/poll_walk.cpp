@@ -4,6 +4,7 @@
 #include "errorlog.h"
 #include "qel2000_poll.h"
 #include "qel2200_poll.h"
+#include "qel2400_poll.h"
 #include "runtime_error.h"
 #include "state.h"
 #include "station_hooks.h"
@@ -23,6 +24,7 @@ PollBlock BlockOf(const QString& model) {
     if (model == u"QEL2000" || model == u"QEL2100") return ReadCommBlock;
     if (model == u"QEL2200") return QEL2200_ReadCommBlock;
     if (model == u"QEL2300") return QEL2300_ReadCommBlock;
+    if (model == u"QEL2400") return QEL2400_ReadCommBlock;
     return nullptr;
 }
 

@@ -91,7 +91,7 @@ const Family kFamilies[] = {
     {"channel", "1, 2 or 3", "4", {"--key", "run"}},
     {"dp", "0, 1 or 2 places per channel, comma separated", "1,", {"--model", "QEL2100"}},
     {"protocol", "RTU, ASC or ETH", "XYZ"},
-    {"model", "QEL2000, QEL2100, QEL2200 or QEL2300", "QEL9999"},
+    {"model", "QEL2000, QEL2100, QEL2200, QEL2300 or QEL2400", "QEL9999"},
     {"parity", "None, Even or Odd", "even"},  // in capitals only
     {"key", "run, stop, hold, step or user", ""},
 };

@@ -234,7 +234,7 @@ TEST_P(StationLine, LostAndBackAndAChamberNotPolled) {
     SimLine line;
     ASSERT_TRUE(line.start(protocol, kTwo + QList<SimChamber>{{3, "QEL2000"}, {4, "QEL2000"}}, kServed));
     ASSERT_FALSE(line.command("stop 3").isNull());
-    ASSERT_TRUE(qel::WriteProfileString("Model", "4", "QEL2400/", line.folder() + "/SetUserTag.ini"));
+    ASSERT_TRUE(qel::WriteProfileString("Model", "4", "QEL3000/", line.folder() + "/SetUserTag.ini"));
     ChildProcess station;
     ASSERT_TRUE(station.start(kStation, {"--headless", "--app-dir", line.folder(), "--json"}));
     QMap<int, QJsonObject> last;

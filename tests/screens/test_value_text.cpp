@@ -21,7 +21,7 @@ TEST(ValueText, DeadChambersShowNoValueAndInputStatusWinsInOrder) {
         {"1", "QEL2000", 0, 16, "STOP", "-OVER"},
         {"1", "QEL2000", 0, 1 | 4 | 32, "STOP", "25.3"},
         {"1", "QEL2000", -1, 2, "LOST", "-.-"},
-        {"1", "QEL2400", 0, 0, "NOT POLLED", "-.-"},  // no poll block yet
+        {"1", "QEL3000", 0, 0, "NOT POLLED", "-.-"},  // no poll block: not one of the five
         {"1", "", 0, 0, "NOT POLLED", "-.-"},
         {"0", "QEL2100", 0, 0, "OFF", "-.-"},
     };

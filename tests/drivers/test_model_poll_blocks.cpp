@@ -1,10 +1,12 @@
-// The QEL2200 and QEL2300 poll blocks against replies built here from each
-// controller's register map, on a scripted RTU line with a manual clock.
+// The QEL2200, QEL2300 and QEL2400 poll blocks against replies built here
+// from each controller's register map, on a scripted RTU line with a manual
+// clock.
 #include "app_dir.h"
 #include "clock.h"
 #include "fake_serial.h"
 #include "link.h"
 #include "qel2200_poll.h"
+#include "qel2400_poll.h"
 #include "state.h"
 #include "station_hooks.h"
 
@@ -25,6 +27,7 @@ protected:
         Chamber[0].DP = {"0", "00", ""};
         OpenLink();
         Hooks.runProc = [this](int16_t c) { calls << QString("runProc %1").arg(c); };
+        Hooks.runProc2 = [this](int16_t c) { calls << QString("runProc2 %1").arg(c); };
         Hooks.eventScan = [this](int16_t c, int16_t k) { calls << QString("eventScan %1 %2").arg(c).arg(k); };
         Hooks.operationGraph = [this](int16_t c) { calls << QString("graph %1").arg(c); };
         Hooks.fixModeChanged = [this](int16_t, int k, int16_t v) { calls << QString("fix %1 %2").arg(k).arg(v); };
@@ -155,4 +158,68 @@ TEST_F(ModelBlocks, Qel2300HalfCycleAndItsLogName) {
     QEL2300_ReadCommBlock(31);
     EXPECT_TRUE(dir.errorLog().contains("  Subscript out of rangemodCommControl.QEL2200_ReadCommBlock\r\n"))
         << dir.errorLog().toStdString();
+}
+
+// Guards the QEL2400 map: three channels at their own registers, each scaled by its own places,
+// status as the whole register, the relay words, per-channel end dates of the short second read,
+// and the third read's fixed-run, pattern and time registers (form B).
+TEST_F(ModelBlocks, Qel2400ThreeReadsThreeChannels) {
+    ChamberModel[0] = "QEL2400";
+    Chamber[0].DP = {"0", "00", ""};
+    regs = {{0x0009, 0xFE70}, {0x000A, 2534}, {0x000B, 77},    {0x000C, 250},  {0x000D, 6000},  {0x000E, 12},
+            {0x000F, 240},    {0x0010, 5900}, {0x0011, 11},    {0x0012, 455},  {0x0013, 1234},  {0x0014, 100},
+            {0x0021, 1},      {0x0022, 2},    {0x0023, 16},    {0x0027, 0x0101}, {0x0028, 2},   {0x0029, 0},
+            {0x002D, 0x2D},   {0x002F, 0x2F}, {0x0030, 0x30},  {0x0033, 0x33}, {0x0036, 0x36},  {0x0038, 0x38},
+            {0x002A, 1},      {0x0042, 1},    {0x0002, 0x0A},  {0x0003, 0x0C}, {0x0004, 0x0B},  {0x0005, 0x0D},
+            {0x0087, 2024},   {0x0088, 5},    {0x0089, 6},     {0x008A, 7},    {0x008B, 8},     {0x008C, 1970},
+            {0x008D, 1},      {0x008E, 1},    {0x0091, 2025},  {0x0092, 1},    {0x0093, 2},     {0x0094, 3},
+            {0x0095, 4},      {0x0135, 1},    {0x0136, 1},     {0x0137, 15},   {0x0138, 2},     {0x0139, 30},
+            {0x0149, 0},      {0x00CF, 4},    {0x00C8, 7},     {0x00CA, 9},    {0x00CB, 3},     {0x00D1, 2},
+            {0x00D4, 5},      {0x00D7, 1},    {0x00DA, 3},     {0x00DD, 1},    {0x00DE, 75},    {0x00DF, 5},
+            {0x00E9, 2},      {0x00EA, 0},    {0x00EB, 0},     {0x00F5, 10},   {0x00F6, 30},    {0x00F7, 59}};
+    QEL2400_ReadCommBlock(1);
+    EXPECT_EQ(requests, QStringList({"010300020073", "01030087000F", "010300C80082"}));
+    const ChamberRec& r = Chamber[0];
+    Check({{"PV1 -40.0", r.PV[0], -40.0}, {"PV2 two places", r.PV[1], 25.34}, {"PV3 no places", r.PV[2], 77},
+           {"SP1", r.SP[0], 25.0}, {"SP2", r.SP[1], 60.0}, {"SP3", r.SP[2], 12}, {"TSP1", r.TSP[0], 24.0},
+           {"TSP2", r.TSP[1], 59.0}, {"TSP3", r.TSP[2], 11}, {"MV1", r.MV[0], 45.5}, {"MV2", r.MV[1], 12.34},
+           {"MV3", r.MV[2], 100}, {"PVStat3", r.PVStat[2], 16}, {"Status1: whole register", r.Status[0], 0x0101},
+           {"Status2", r.Status[1], 2}, {"Status3", r.Status[2], 0}, {"EvtWordD3", r.EvtWordD[2], 0x2F},
+           {"EvtWordC1", r.EvtWordC[0], 0x30}, {"EvtWordA1", r.EvtWordA[0], 0x33}, {"EvtWordB3", r.EvtWordB[2], 0x38},
+           {"UserKeyState1", r.UserKeyState[0], 1}, {"EvtMode3", r.EvtMode[2], 1}, {"RelayWordA", r.RelayWordA, 0x0A},
+           {"RelayWordC", r.RelayWordC, 0x0C}, {"RelayWordB", r.RelayWordB, 0x0B}, {"RelayWordD", r.RelayWordD, 0x0D},
+           {"FixMode2", r.FixMode[1], 1}, {"EndShown2", r.EndShown[1], 1}, {"TempDev2", r.TempDev[1], 0.15},
+           {"FixTime2 form A", r.FixTime[1], 2 * 3600 + 30}, {"PIDNo2", r.PIDNo[1], 4}, {"PTNo1", r.PTNo[0], 7},
+           {"PTNo3", r.PTNo[2], 9}, {"SegNo1", r.SegNo[0], 3}, {"PTRpt1", r.PTRpt[0], 2}, {"PTRptSet1", r.PTRptSet[0], 5},
+           {"SegRpt1", r.SegRpt[0], 1}, {"SegRptSet1", r.SegRptSet[0], 3},
+           {"SegTime1 form B: 75 min add 60 s", r.SegTime[0], 3600 + 60 + 5}, {"SegTimeSet2", r.SegTimeSet[1], 7200},
+           {"RunTime3 form B: 30 min add nothing", r.RunTime[2], 10 * 3600 + 59}});
+    EXPECT_EQ(r.EndDate[0], QDateTime(QDate(2024, 5, 6), QTime(7, 8)));
+    EXPECT_EQ(r.EndDate[2], QDateTime(QDate(2025, 1, 2), QTime(3, 4)));
+    EXPECT_EQ(calls, QStringList({"end 1 2024/05/06 07:08", "end 2 ", "end 3 2025/01/02 03:04", "fix 2 1", "runProc 1",
+                                  "eventScan 1 1", "eventScan 1 2", "eventScan 1 3", "graph 1"}));
+}
+
+// Guards the QEL2400's reads one by one: a silent end-date or third read ends the cycle with what
+// the reads before it decoded, and no log, event or trend; a linked run takes the second data log.
+TEST_F(ModelBlocks, Qel2400FailedReadsAndLinkedRun) {
+    ChamberModel[0] = "QEL2400";
+    regs = {{0x0009, 100}, {0x0087, 2024}, {0x0088, 1}, {0x0089, 1}, {0x00C8, 3}, {0x0149, 1}};
+    silentFrom = 0x0087;
+    QEL2400_ReadCommBlock(1);
+    EXPECT_DOUBLE_EQ(Chamber[0].PV[0], 10.0);
+    EXPECT_FALSE(Chamber[0].EndDate[0].isValid()) << "no date made of an empty reply";
+    silentFrom = 0x00C8;
+    clock.advanceMs(1000);
+    QEL2400_ReadCommBlock(1);
+    EXPECT_EQ(Chamber[0].EndDate[0], QDateTime(QDate(2024, 1, 1), QTime(0, 0)));
+    EXPECT_EQ(Chamber[0].PTNo[0], 0);
+    EXPECT_EQ(calls.filter("runProc").size(), 0);
+    silentFrom = -1;
+    clock.advanceMs(1000);
+    QEL2400_ReadCommBlock(1);
+    EXPECT_EQ(Chamber[0].PTNo[0], 3);
+    EXPECT_EQ(calls.filter("runProc").join(","), "runProc2 1");
+    QEL2400_ReadCommBlock(31);
+    EXPECT_TRUE(dir.errorLog().contains("  Subscript out of rangemodCommControl.ReadCommBlock\r\n"));
 }
