@@ -5,6 +5,7 @@
 #include "pattern_transfer.h"
 #include "pattern_transfer_2200.h"
 #include "pattern_transfer_2300.h"
+#include "pattern_transfer_2400.h"
 #include "ptn_file.h"
 #include "state.h"
 #include "vbtext.h"
@@ -117,6 +118,7 @@ int ReadPatternToFile(int patternNo, int channel, const QString& path) {
     const QString& model = ChamberModel[0];
     PatternRec r = model == u"QEL2200"   ? QEL2200_PatternRead(1, patternNo, Progress())
                    : model == u"QEL2300" ? QEL2300_PTRead(1, patternNo, Progress())
+                   : model == u"QEL2400" ? QEL2400_PatternRead(1, patternNo, channel - 1, Progress())
                                          : PatternRead(1, patternNo, channel - 1, Progress());
     if (CommError[0] != 0 || FailCount[0] > 0) return 1;
     if (model == u"QEL2300") {
@@ -167,6 +169,11 @@ int WritePatternFile(const QString& path, int patternNo, int channel) {
     if (model == u"QEL2200") {
         QEL2200_PatternSave(1, r, patternNo, Progress());
         return Verified(QEL2200_PatternSegmentsOnController(1, patternNo), SegmentsOf(r), patternNo, "segments");
+    }
+    if (model == u"QEL2400") {
+        QEL2400_PatternSave(1, r, patternNo, channel - 1, Progress());
+        return Verified(QEL2400_PatternSegmentsOnController(1, patternNo, channel - 1), SegmentsOf(r), patternNo,
+                        "segments");
     }
     PatternSave(1, r, patternNo, channel - 1, Progress());
     return Verified(PatternSegmentsOnController(1, patternNo, channel - 1), SegmentsOf(r), patternNo, "segments");

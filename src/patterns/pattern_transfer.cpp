@@ -2,6 +2,7 @@
 
 #include "errorlog.h"
 #include "language.h"
+#include "pattern_transfer_2400.h"
 #include "reply_text.h"
 #include "runtime_error.h"
 #include "state.h"
@@ -83,9 +84,11 @@ PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const T
 }
 
 void ProgramDownload(int16_t chamber, int channelIndex, const TransferUi& ui, const std::function<void()>& showInForm) {
-    // The QEL2400 has a window of its own; its read comes with that model.
-    if (ChamberModel[ChamberIndex(chamber)] == u"QEL2400") return;
-    Pattern = PatternRead(chamber, static_cast<int>(Val(Pattern.PatternNo)), channelIndex, ui);
+    const int patternNo = static_cast<int>(Val(Pattern.PatternNo));
+    // The QEL2400 has a command window of its own, and a third channel.
+    Pattern = ChamberModel[ChamberIndex(chamber)] == u"QEL2400"
+                  ? QEL2400_PatternRead(chamber, patternNo, channelIndex, ui)
+                  : PatternRead(chamber, patternNo, channelIndex, ui);
     if (!(ui.stopped && ui.stopped()) && showInForm) showInForm();
 }
 
