@@ -149,4 +149,22 @@ void Chamber::putRunTime(int first, double seconds) {
     put(first + 2, static_cast<uint16_t>(run % 60));
 }
 
+ChannelPhysics TemperatureLoop() {
+    ChannelPhysics p;
+    p.ambient = 23.0;
+    p.low = -70.0;
+    p.high = 180.0;
+    p.program = {{40.0, 600}, {40.0, 1200}, {-10.0, 900}, {-10.0, 900}, {25.0, 600}};
+    return p;
+}
+
+ChannelPhysics HumidityLoop() {
+    ChannelPhysics p;
+    p.ambient = 45.0;
+    p.low = 0.0;
+    p.high = 100.0;
+    p.program = {{60.0, 600}, {85.0, 1200}, {85.0, 900}, {50.0, 900}, {50.0, 600}};
+    return p;
+}
+
 }  // namespace qelsim

@@ -16,6 +16,8 @@
 #include <memory>
 #include <vector>
 
+#include "channel.h"
+
 namespace qelsim {
 
 // What one chamber is created from.
@@ -110,6 +112,11 @@ private:
     QDateTime now_;
     bool frozen_ = false;
 };
+
+// The channels of the QEL2000 family (QEL2000, QEL2100, QEL2400): a
+// temperature loop and a humidity loop, each with its built-in program.
+ChannelPhysics TemperatureLoop();
+ChannelPhysics HumidityLoop();
 
 // Creates a chamber of a known model; nullptr and a reason otherwise.
 std::unique_ptr<Chamber> MakeChamber(const ChamberConfig& config, QString* error = nullptr);

@@ -6,6 +6,7 @@
 #include "qel2000_model.h"
 #include "qel2200_model.h"
 #include "qel2300_model.h"
+#include "qel2400_model.h"
 
 namespace qelsim {
 
@@ -22,6 +23,7 @@ const std::vector<ModelEntry>& Models() {
         {"QEL2100", 2, [](const ChamberConfig& c) { return std::make_unique<Qel2000Model>(c, 2); }},
         {"QEL2200", 2, [](const ChamberConfig& c) { return std::make_unique<Qel2200Model>(c); }},
         {"QEL2300", 3, [](const ChamberConfig& c) { return std::make_unique<Qel2300Model>(c); }},
+        {"QEL2400", 3, [](const ChamberConfig& c) { return std::make_unique<Qel2400Model>(c); }},
     };
     return models;
 }

@@ -263,9 +263,9 @@ QString HelpText() {
                "Chambers:\n"
                "  --chamber ADDR:MODEL[:DP1[,DP2[,DP3]]]\n"
                "                     a chamber at Modbus address ADDR (1..247); MODEL QEL2000 (1 channel),\n"
-               "                     QEL2100 (2 channels), QEL2200 (temperature and humidity, one run state)\n"
-               "                     or QEL2300 (rooms Hi, Ex, Lo, one run state); DPn decimal places of\n"
-               "                     channel n (default 1, so 25.0 is raw 250)\n"
+               "                     QEL2100 (2 channels), QEL2200 (temperature and humidity, one run state),\n"
+               "                     QEL2300 (rooms Hi, Ex, Lo, one run state) or QEL2400 (3 independent\n"
+               "                     channels); DPn decimal places of channel n (default 1, so 25.0 is raw 250)\n"
                "  --demo             chambers 1..6: QEL2000, QEL2100, QEL2000, QEL2100, QEL2200, QEL2300;\n"
                "                     chamber 1 in a fixed run to 35.0 with a 2 h timer, chamber 2 running its\n"
                "                     program, chamber 4 with a sensor burn-out on channel 2, chambers 5 and 6\n"
@@ -294,9 +294,10 @@ QString HelpText() {
                "3 step, 4 stop, 5 user key. QEL2000/2100: keys to 0x0065 (channel 1) or 0x0066 (channel 2),\n"
                "fixed set point 0x0067/0x0068, pattern number 0x0063/0x0064. QEL2200: keys to 0x0516,\n"
                "fixed set points 0x0513/0x0514, pattern number 0x0515. QEL2300: keys to 0x0032 (3 moves\n"
-               "on to the next room), pattern number 0x0031; no fixed run. Patterns stored through the\n"
-               "controllers' command windows run when their number is started. Reads of 1..130\n"
-               "registers; unknown functions get exception 01.\n"
+               "on to the next room), pattern number 0x0031; no fixed run. QEL2400: keys to 0x0064..0x0066\n"
+               "(channels 1..3), fixed set points 0x006A..0x006C, pattern numbers 0x006D..0x006F, FixMode\n"
+               "0x012B/0x0135/0x013F. Patterns stored through the controllers' command windows run when\n"
+               "their number is started. Reads of 1..130 registers; unknown functions get exception 01.\n"
                "\n") +
            CommandHelp() +
            QStringLiteral(

@@ -40,32 +40,31 @@ constexpr uint16_t DeviationAlarmBit = 0x0001;          // EvtWordA: |PV - SP| b
 constexpr double DeviationLimit = 5.0;
 constexpr double PvRipple = 0.08;  // engineering units
 
-ChannelPhysics Temperature() {
-    ChannelPhysics p;
-    p.ambient = 23.0;
-    p.low = -70.0;
-    p.high = 180.0;
-    p.program = {{40.0, 600}, {40.0, 1200}, {-10.0, 900}, {-10.0, 900}, {25.0, 600}};
-    return p;
-}
-
-ChannelPhysics Humidity() {
-    ChannelPhysics p;
-    p.ambient = 45.0;
-    p.low = 0.0;
-    p.high = 100.0;
-    p.program = {{60.0, 600}, {85.0, 1200}, {85.0, 900}, {50.0, 900}, {50.0, 600}};
-    return p;
-}
-
 constexpr double DefaultSp[2] = {25.0, 60.0};
 
-constexpr int PatternRepeatReg = 0x047D;  // in a stored pattern's tail
+PatternWindowLayout Window() {
+    PatternWindowLayout l{};
+    l.channel = 0x044B, l.pattern = 0x044C, l.segment = 0x044D;
+    l.from = 0x0450, l.to = 0x0451, l.command = 0x0452;
+    l.count = 0x0474;
+    l.header = {0x0475, 0x0476, 0x0477};
+    for (int r = 0x047D; r <= 0x048D; ++r) l.tail.push_back(r);
+    l.tailWithEveryLoad = false;
+    for (int r = 0x0464; r <= 0x0472; ++r) l.segmentWindow.push_back(r);
+    l.segmentWindow.push_back(0x048E);  // the segment's use flag
+    l.segSp = 0x0464, l.segHours = 0x0465, l.segRest = 0x0466;
+    l.patternRepeat = 0x047D;
+    return l;
+}
 
 }  // namespace
 
 Qel2000Model::Qel2000Model(const ChamberConfig& config, int channels)
-    : Chamber(config), channels_(channels), ch_{Channel(Temperature()), Channel(Humidity())} {
+    : Chamber(config),
+      patterns_(
+          Window(), [this](int r) { return reg(r); }, [this](int r, uint16_t v) { put(r, v); }),
+      channels_(channels),
+      ch_{Channel(TemperatureLoop()), Channel(HumidityLoop())} {
     seed();
     refresh();
 }
@@ -112,15 +111,12 @@ void Qel2000Model::pressKey(int channel, int key) {
         case 1:
             if (!c.running()) {
                 const int pattern = static_cast<int16_t>(reg(Regs[i].ptNo));
-                std::vector<Segment> stored = storedProgram(i, pattern);
+                std::vector<Segment> stored =
+                    patterns_.program(i, pattern, [&](uint16_t raw) { return fromRaw(raw, decimals(i + 1)); });
                 if (!stored.empty()) {
                     c.setProgram(std::move(stored));
                     // The pattern's own repeat count is the one in force (and shown) for its run.
-                    const auto tail = patterns_.find({i, pattern, 0});
-                    const int repeats = tail == patterns_.end() || !tail->second.count(PatternRepeatReg)
-                                            ? 1
-                                            : static_cast<int16_t>(tail->second.at(PatternRepeatReg));
-                    put(Regs[i].ptRptSet, static_cast<uint16_t>(std::max(1, repeats)));
+                    put(Regs[i].ptRptSet, static_cast<uint16_t>(patterns_.repeats(i, pattern)));
                 }
             }
             c.run(settings(i));
@@ -143,69 +139,9 @@ void Qel2000Model::pressKey(int channel, int key) {
     refresh();
 }
 
-namespace {
-
-constexpr int WindowChannel = 0x044B, WindowPattern = 0x044C, WindowSegment = 0x044D;
-constexpr int WindowFrom = 0x0450, WindowTo = 0x0451, WindowCommand = 0x0452;
-
-// The registers of the data window for an item: the pattern's header and
-// tail, or a segment's values and its flag.
-std::vector<int> WindowOf(int segment) {
-    std::vector<int> w;
-    if (segment == 0) {
-        for (int r = 0x0474; r <= 0x0477; ++r) w.push_back(r);
-        for (int r = 0x047D; r <= 0x048D; ++r) w.push_back(r);
-    } else {
-        for (int r = 0x0464; r <= 0x0472; ++r) w.push_back(r);
-        w.push_back(0x048E);
-    }
-    return w;
-}
-
-}  // namespace
-
-void Qel2000Model::patternCommand(int command) {
-    const int ch = reg(WindowChannel), p = reg(WindowPattern), seg = reg(WindowSegment);
-    if (command == 2) {
-        const auto load = [&](int segment, const std::vector<int>& window) {
-            const auto item = patterns_.find({ch, p, segment});
-            for (int r : window) put(r, item == patterns_.end() || !item->second.count(r) ? 0 : item->second.at(r));
-        };
-        load(seg, WindowOf(seg));
-        // The pattern's header comes with every load, whichever item is selected;
-        // its segment count is the controller's own.
-        load(0, {0x0475, 0x0476, 0x0477});
-        int n = 0;
-        while (patterns_.count({ch, p, n + 1})) ++n;
-        put(0x0474, static_cast<uint16_t>(n));
-    } else if (command == 3) {
-        auto& item = patterns_[{ch, p, seg}];
-        for (int r : WindowOf(seg)) item[r] = reg(r);
-    } else if (command == 5) {
-        for (auto it = patterns_.begin(); it != patterns_.end();) {
-            const auto [c, pattern, s] = it->first;
-            (void)s;
-            it = c == ch && pattern >= reg(WindowFrom) && pattern <= reg(WindowTo) ? patterns_.erase(it) : std::next(it);
-        }
-    }
-}
-
-// Segments of a stored pattern: the set point, and the hours register times
-// an hour plus the remainder (the line writes hours one higher, so a stored
-// segment runs an hour longer than the editor showed).
-std::vector<Segment> Qel2000Model::storedProgram(int index, int pattern) const {
-    std::vector<Segment> program;
-    for (int s = 1; patterns_.count({index, pattern, s}); ++s) {
-        const auto& item = patterns_.at({index, pattern, s});
-        const auto at = [&](int r) { return item.count(r) ? item.at(r) : uint16_t{0}; };
-        program.push_back({fromRaw(at(0x0464), decimals(index + 1)), at(0x0465) * 3600 + at(0x0466)});
-    }
-    return program;
-}
-
 void Qel2000Model::onWrite(int address, uint16_t value) {
-    if (address == WindowCommand) {
-        patternCommand(value);
+    if (address == patterns_.layout().command) {
+        patterns_.command(value);
         return;
     }
     for (int i = 0; i < channels_; ++i) {

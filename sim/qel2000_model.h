@@ -4,9 +4,7 @@
 
 #include "channel.h"
 #include "model.h"
-
-#include <map>
-#include <tuple>
+#include "pattern_window.h"
 
 namespace qelsim {
 
@@ -28,13 +26,11 @@ protected:
 
 private:
     // The pattern command window: channel 0x044B, pattern 0x044C, segment
-    // 0x044D (0 the pattern itself), range 0x0450/0x0451, command 0x0452:
-    // 2 loads the item into the data window, 3 stores the window into it,
-    // 5 clears the range of patterns. A stored pattern runs when the run key
-    // starts a program with its number.
-    void patternCommand(int command);
-    std::vector<Segment> storedProgram(int index, int pattern) const;
-    std::map<std::tuple<int, int, int>, std::map<int, uint16_t>> patterns_;
+    // 0x044D (0 the pattern itself), range 0x0450/0x0451, command 0x0452.
+    // A load brings the header (0x0474..0x0477) always and the tail
+    // (0x047D..0x048D) with the pattern level only. A stored pattern runs
+    // when the run key starts a program with its number.
+    PatternWindow patterns_;
 
     ChannelSettings settings(int index) const;
     void refresh();
