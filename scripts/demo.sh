@@ -15,9 +15,10 @@ app="$PWD/build/demo-app"
 rm -rf "$app"
 mkdir -p "$app"
 cp data/app/*.ini data/app/*.xml "$app/"
-# The demo line has six chambers: the shipped four, a QEL2200 and a QEL2300.
-sed -i "s|^MAX_CHAMBER_NO=4|MAX_CHAMBER_NO=6|; s|^Chamber 05=0|Chamber 05=5|; s|^Chamber 06=0|Chamber 06=6|; \
-  s|^5=QEL2000/|5=QEL2200/|; s|^6=QEL2000/|6=QEL2300/|" "$app/SetUserTag.ini"
+# The demo line has seven chambers: the shipped four, a QEL2200, a QEL2300 and a QEL2400.
+sed -i "s|^MAX_CHAMBER_NO=4|MAX_CHAMBER_NO=7|; s|^Chamber 05=0|Chamber 05=5|; s|^Chamber 06=0|Chamber 06=6|; \
+  s|^Chamber 07=0|Chamber 07=7|; s|^5=QEL2000/|5=QEL2200/|; s|^6=QEL2000/|6=QEL2300/|; s|^7=QEL2000/|7=QEL2400/|" \
+  "$app/SetUserTag.ini"
 
 case "$protocol" in
   ETH) sim_args=(--demo --tcp --host-base 127.0.0.11 --port 1502) ;;

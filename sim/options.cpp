@@ -48,8 +48,8 @@ bool ParseChamber(const QString& text, ChamberConfig* c, QString* error) {
 
 // Chambers 1..4, two of them running, so that a station has something to show.
 void AddDemo(Options* o) {
-    const char* models[] = {"QEL2000", "QEL2100", "QEL2000", "QEL2100", "QEL2200", "QEL2300"};
-    for (int a = 1; a <= 6; ++a) {
+    const char* models[] = {"QEL2000", "QEL2100", "QEL2000", "QEL2100", "QEL2200", "QEL2300", "QEL2400"};
+    for (int a = 1; a <= 7; ++a) {
         ChamberConfig c;
         c.address = a;
         c.model = models[a - 1];
@@ -70,6 +70,12 @@ void AddDemo(Options* o) {
     // chamber 6 (QEL2300) its rooms.
     o->runs.push_back({5, 1});
     o->runs.push_back({6, 1});
+    // Chamber 7 (QEL2400): channel 1 in a fixed run to 60.0, channel 3
+    // running its program, channel 2 standing.
+    o->sets.push_back({7, 0x012B, 1});
+    o->sets.push_back({7, 0x006A, 600});
+    o->runs.push_back({7, 1});
+    o->runs.push_back({7, 3});
 }
 
 }  // namespace
@@ -266,16 +272,18 @@ QString HelpText() {
                "                     QEL2100 (2 channels), QEL2200 (temperature and humidity, one run state),\n"
                "                     QEL2300 (rooms Hi, Ex, Lo, one run state) or QEL2400 (3 independent\n"
                "                     channels); DPn decimal places of channel n (default 1, so 25.0 is raw 250)\n"
-               "  --demo             chambers 1..6: QEL2000, QEL2100, QEL2000, QEL2100, QEL2200, QEL2300;\n"
-               "                     chamber 1 in a fixed run to 35.0 with a 2 h timer, chamber 2 running its\n"
-               "                     program, chamber 4 with a sensor burn-out on channel 2, chambers 5 and 6\n"
-               "                     running their programs\n"
+               "  --demo             chambers 1..7: QEL2000, QEL2100, QEL2000, QEL2100, QEL2200, QEL2300,\n"
+               "                     QEL2400; chamber 1 in a fixed run to 35.0 with a 2 h timer, chamber 2\n"
+               "                     running its program, chamber 4 with a sensor burn-out on channel 2,\n"
+               "                     chambers 5 and 6 running their programs, chamber 7 with channel 1 in a\n"
+               "                     fixed run to 60.0 and channel 3 running its program\n"
                "  --set ADDR:REG:VALUE\n"
                "                     write a register at start (decimal or 0x..; negative values allowed),\n"
                "                     e.g. --set 1:0x0009:-200 puts PV of chamber 1 at -20.0\n"
                "  --run ADDR[:CH]    press the run key at start (every channel without CH); on a QEL2000/2100\n"
                "                     register 0x006E/0x0075 (FixMode) non-zero starts a fixed run, 0 the\n"
-               "                     program; on a QEL2200 0x0063 does so for both channels\n"
+               "                     program; on a QEL2200 0x0063 does so for both channels, on a QEL2400\n"
+               "                     0x012B + 10 x (CH - 1) for its channel\n"
                "  --fault ADDR:MODE[:ARG][@P]\n"
                "                     misbehave from the start; ADDR may be *; MODE and ARG as the commands\n"
                "                     below (delay:MS, mixed[:MS]), @P the share of requests faulted\n"
