@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QMap>
 #include <QTimer>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -232,11 +233,24 @@ INSTANTIATE_TEST_SUITE_P(Runs, BothChannels, ::testing::Values(false, true),
 // The QEL2200 and the QEL2300 each log one file per run whatever the channel:
 // two triples a row (52 bytes) on the QEL2200, three (76 bytes) on the
 // QEL2300, each row the values qelsim served, channel 1's time first.
+// The QEL2400 logs one file per channel (28-byte rows), or in a linked run
+// one file of three triples (76 bytes).
 struct ModelRun {
     const char* model;
     QStringList served;
-    QByteArray bytes;
+    QByteArray bytes;  // the run's one file, "20240131081507.log"
+    // A model with more than one case names each; files of their own per channel by name.
+    const char* name = nullptr;
+    QMap<QString, QByteArray> channelFiles = {};
 };
+// QEL2400: status 0x0027 + i (1 program, 2 fixed), PTNo 0x00C8 + i, PV 0x0009 + i,
+// SP 0x000C + i, target SP 0x000F + i, MV 0x0012 + i; channel 2 fixed (0x0135).
+const QStringList kQel2400Served = {
+    "--set", "1:0x0027:1",   "--set", "1:0x0028:2",   "--set", "1:0x0029:1",   "--set", "1:0x0135:1",
+    "--set", "1:0x00C8:4",   "--set", "1:0x00C9:5",   "--set", "1:0x00CA:7",   "--set", "1:0x0009:-200",
+    "--set", "1:0x000A:653", "--set", "1:0x000B:1234", "--set", "1:0x000C:300", "--set", "1:0x000D:700",
+    "--set", "1:0x000E:1250", "--set", "1:0x000F:350", "--set", "1:0x0010:750", "--set", "1:0x0011:1300",
+    "--set", "1:0x0012:555", "--set", "1:0x0013:123", "--set", "1:0x0014:-50"};
 const ModelRun kModelRuns[] = {
     // Status 0x0043 = 1 (program run), pattern 4; PV -20.0 / 65.3, SP 30.0 / 70.0, MV 55.5 / 12.3.
     {"QEL2200",
@@ -252,6 +266,25 @@ const ModelRun kModelRuns[] = {
      Text40("[QEL2300] Programs RUN / PT NO. 6") + Text40("CH1") +
          Row(60, {150.0, 155.0, 80.0, 20.0, 23.0, 0.0, -45.0, -50.0, 100.0}) +
          Row(120, {150.0, 155.0, 80.0, 20.0, 23.0, 0.0, -45.0, -50.0, 100.0})},
+    // QEL2400, guards against channels sharing a file or each other's values:
+    // channel 1 a program (pattern 4), channel 2 a fixed run (FixMode 0x0135),
+    // channel 3 a program (pattern 7); the SP column the set point, not the target.
+    {"QEL2400", kQel2400Served, {}, "QEL2400PerChannel",
+     {{"20240131081507_1.log", Text40("[QEL2400] Programs RUN / PT NO. 4") + Text40("CH1") +
+                                   Row(60, {-20.0, 30.0, 55.5}) + Row(120, {-20.0, 30.0, 55.5})},
+      {"20240131081507_2.log",
+       Text40("[QEL2400] FIX RUN") + Text40("CH2") + Row(60, {65.3, 70.0, 12.3}) + Row(120, {65.3, 70.0, 12.3})},
+      {"20240131081507_3.log", Text40("[QEL2400] Programs RUN / PT NO. 7") + Text40("CH3") +
+                                   Row(60, {123.4, 125.0, -5.0}) + Row(120, {123.4, 125.0, -5.0})}}},
+    // QEL2400 linked (0x0149 = 1), guards against a file per channel or a short row:
+    // one file by channel 1's run, title and seconds, three triples a row;
+    // channel 3 stands and is sampled all the same.
+    {"QEL2400",
+     kQel2400Served + QStringList{"--set", "1:0x0149:1", "--set", "1:0x0029:0"},
+     Text40("[QEL2400] Programs RUN / PT NO. 4") + Text40("") +
+         Row(60, {-20.0, 30.0, 55.5, 65.3, 70.0, 12.3, 123.4, 125.0, -5.0}) +
+         Row(120, {-20.0, 30.0, 55.5, 65.3, 70.0, 12.3, 123.4, 125.0, -5.0}),
+     "QEL2400Linked"},
 };
 
 class ModelRuns : public RunLine, public ::testing::WithParamInterface<int> {};
@@ -263,9 +296,15 @@ TEST_P(ModelRuns, RowsOfTheirLayouts) {
         clock.advance(60);
         ASSERT_TRUE(Ticks(*frame, 1));
     }
-    EXPECT_EQ(QDir(folder + "DATA/Sim 1").entryList(QDir::Files), QStringList{"20240131081507.log"});
-    EXPECT_EQ(Bytes(folder + "DATA/Sim 1/20240131081507.log").toHex(' ').toStdString(), run.bytes.toHex(' ').toStdString());
+    const QMap<QString, QByteArray> files =
+        run.channelFiles.isEmpty() ? QMap<QString, QByteArray>{{"20240131081507.log", run.bytes}} : run.channelFiles;
+    EXPECT_EQ(QDir(folder + "DATA/Sim 1").entryList(QDir::Files), files.keys());
+    for (auto f = files.begin(); f != files.end(); ++f)
+        EXPECT_EQ(Bytes(folder + "DATA/Sim 1/" + f.key()).toHex(' ').toStdString(), f.value().toHex(' ').toStdString())
+            << f.key().toStdString();
 }
 
-INSTANTIATE_TEST_SUITE_P(Models, ModelRuns, ::testing::Values(0, 1),
-                         [](const auto& info) { return std::string(kModelRuns[info.param].model); });
+INSTANTIATE_TEST_SUITE_P(Models, ModelRuns, ::testing::Range(0, int(std::size(kModelRuns))), [](const auto& info) {
+    const ModelRun& run = kModelRuns[info.param];
+    return std::string(run.name ? run.name : run.model);
+});
