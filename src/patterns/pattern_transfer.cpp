@@ -9,7 +9,6 @@
 #include "transfer_steps.h"
 #include "vbtext.h"
 
-#include <algorithm>
 
 namespace qel {
 
@@ -56,18 +55,9 @@ PatternRec PatternRead(int16_t chamber, int patternNo, int channelIndex, const T
         t.progress(1, count);
         rec.StartType = t.plain(header, kHeader, 0x0475);
         rec.StartSP = t.scaled(header, kHeader, channelIndex == 0 ? 0x0476 : 0x0477);
-        for (int i = 1; i <= std::min(count, kPatternSegments); ++i) {
-            if (t.stopped()) break;
-            t.progress(i, count);
-            t.write(QStringLiteral("06044D") + t.hex(i));
-            t.pause(1);
-            if (t.stopped()) break;
-            t.write(QStringLiteral("0604520002"));
-            t.pause(4);
-            const QString seg = t.read(QStringLiteral("0304640052"));
-            if (seg.isEmpty()) throw CommFailure();
-            ReadSegment(t, seg, rec, i - 1);
-        }
+        // The stop key leaves the segment loop; the count and the tail are read all the same.
+        ReadSegments(t, count, {QStringLiteral("06044D"), 1, QStringLiteral("0604520002"), QStringLiteral("0304640052")},
+                     [&](const QString& seg, int i) { ReadSegment(t, seg, rec, i); });
         rec.SegmentCount = QString::number(count);
         rec.PatternNo = QString::number(patternNo);
         t.write(QStringLiteral("10044B000810") + t.hex(channelIndex) + t.hex(patternNo) +

@@ -8,7 +8,6 @@
 #include "transfer_steps.h"
 #include "vbtext.h"
 
-#include <algorithm>
 
 namespace qel {
 
@@ -67,18 +66,8 @@ ReadEnd Read(int16_t chamber, int patternNo, const TransferUi& ui, PatternRec& r
         // Channel 2's start set point, yet the controller scales it by channel 1.
         rec.StartSP2 = t.scaled(header, kHeader, 0x0020, kChannel1);
         // The stop key leaves the segment loop; the count and the tail are read all the same.
-        for (int i = 1; i <= std::min(count, kPatternSegments); ++i) {
-            if (t.stopped()) break;
-            t.progress(i, count);
-            t.write(QStringLiteral("06051A") + t.hex(i));
-            t.pause(2);
-            if (t.stopped()) break;
-            t.write(QStringLiteral("06051F0002"));
-            t.pause(4);
-            const QString seg = t.read(QStringLiteral("0305300052"));
-            if (seg.isEmpty()) throw CommFailure();
-            ReadSegment(t, seg, rec, i - 1);
-        }
+        ReadSegments(t, count, {QStringLiteral("06051A"), 2, QStringLiteral("06051F0002"), QStringLiteral("0305300052")},
+                     [&](const QString& seg, int i) { ReadSegment(t, seg, rec, i); });
         rec.SegmentCount = QString::number(count);
         rec.PatternNo = QString::number(patternNo);
         t.write(SelectPatternLevel(t, patternNo));

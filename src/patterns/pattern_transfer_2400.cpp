@@ -8,7 +8,6 @@
 #include "transfer_steps.h"
 #include "vbtext.h"
 
-#include <algorithm>
 
 namespace qel {
 
@@ -81,18 +80,8 @@ PatternRec QEL2400_PatternRead(int16_t chamber, int patternNo, int channelIndex,
         rec.StartType = t.plain(header, kHeader, kHeader);
         rec.StartSP = t.scaled(header, kHeader, kStartSP + channelIndex);
         // The stop key leaves the segment loop; the count and the tail are read all the same.
-        for (int i = 1; i <= std::min(count, kPatternSegments); ++i) {
-            if (t.stopped()) break;
-            t.progress(i, count);
-            t.write(QStringLiteral("060191") + t.hex(i));
-            t.pause(2);
-            if (t.stopped()) break;
-            t.write(QStringLiteral("0601960002"));
-            t.pause(4);
-            const QString seg = t.read(QStringLiteral("03019D0052"));
-            if (seg.isEmpty()) throw CommFailure();
-            ReadSegment(t, seg, rec, i - 1);
-        }
+        ReadSegments(t, count, {QStringLiteral("060191"), 2, QStringLiteral("0601960002"), QStringLiteral("03019D0052")},
+                     [&](const QString& seg, int i) { ReadSegment(t, seg, rec, i); });
         rec.SegmentCount = QString::number(count);
         rec.PatternNo = QString::number(patternNo);
         // No load in front: the tail registers still hold what the pattern

@@ -7,6 +7,8 @@
 #include "state.h"
 #include "vbtext.h"
 
+#include <algorithm>
+
 namespace qel {
 
 bool TransferSteps::stopped() const { return ui_.stopped && ui_.stopped(); }
@@ -88,6 +90,22 @@ HoursAndRest SplitSeconds(int32_t t) {
     const int32_t m = (rest - rest % 60) / 60;
     const int32_t s = rest - 60 * m;
     return {h, 60 * m + s};
+}
+
+void ReadSegments(const TransferSteps& t, int count, const SegmentWindow& window,
+                  const std::function<void(const QString& reply, int index)>& decode) {
+    for (int i = 1; i <= std::min(count, kPatternSegments); ++i) {
+        if (t.stopped()) break;
+        t.progress(i, count);
+        t.write(window.selectPrefix + t.hex(i));
+        t.pause(window.selectPauses);
+        if (t.stopped()) break;
+        t.write(window.load);
+        t.pause(4);
+        const QString reply = t.read(window.read);
+        if (reply.isEmpty()) throw CommFailure();
+        decode(reply, i - 1);
+    }
 }
 
 }  // namespace qel

@@ -9,6 +9,7 @@
 
 #include <QString>
 #include <cstdint>
+#include <functional>
 
 namespace qel {
 
@@ -64,6 +65,24 @@ private:
     int channel_;
     const TransferUi& ui_;
 };
+
+// How a model's controller hands out one segment on a read: the body that
+// selects segment i (prefix + its number), the PCSpeed waited after it, the
+// load command and the read of the segment window.
+struct SegmentWindow {
+    QString selectPrefix;
+    int selectPauses;
+    QString load;
+    QString read;
+};
+
+// The read's segment loop, the same on every model with segments: for
+// segment 1 to count (at most the record's), the stop key, the progress, the
+// selection, its wait, the stop key again, the load, 4 PCSpeed, the window's
+// read and its decoding into element i - 1. The stop key leaves the loop; a
+// read the chamber did not answer raises CommFailure.
+void ReadSegments(const TransferSteps& t, int count, const SegmentWindow& window,
+                  const std::function<void(const QString& reply, int index)>& decode);
 
 // The segment count of a save, made as the controllers' software has always
 // made it: the index before the first empty SegTime, plus one. A record with
