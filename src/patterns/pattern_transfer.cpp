@@ -9,7 +9,6 @@
 #include "transfer_steps.h"
 #include "vbtext.h"
 
-
 namespace qel {
 
 int16_t TailDirty = 0;

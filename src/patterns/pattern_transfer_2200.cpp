@@ -8,7 +8,6 @@
 #include "transfer_steps.h"
 #include "vbtext.h"
 
-
 namespace qel {
 
 namespace {
