@@ -95,8 +95,9 @@ void ClosePort(int16_t /*portNo: kept for the callers, not used*/) {
 
 void WinsockDataArrival(int chamberIndex, int /*bytesTotal*/) {
     if (chamberIndex < 0 || chamberIndex >= kMaxChambers || !Winsock[chamberIndex]) return;
-    // Replies are spaced by at least PCSpeed from the end of the last exchange.
-    while (!ProgramEnding() && std::abs(static_cast<int64_t>(AbsTickCount()) - LastTick) <= PCSpeed) {
+    // Replies are spaced by at least PCSpeed from the end of the last exchange
+    // (not with FastReply, whose reads end as soon as their reply is whole).
+    while (FastReply != 1 && !ProgramEnding() && std::abs(static_cast<int64_t>(AbsTickCount()) - LastTick) <= PCSpeed) {
         CurrentClock().sleepMs(1);
         DoEvents();
     }

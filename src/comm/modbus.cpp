@@ -116,6 +116,22 @@ bool ReceiveSerial(QByteArray& bytes, int keep, int64_t sentAt, Complete complet
     }
 }
 
+// The wait for a serial reply: PCSpeed as ever, or with FastReply only
+// until the bytes in are the whole reply the request asks for, checksum
+// included. True when it ended so: the reply needs no more collecting.
+template <typename Whole>
+bool WaitForReply(QByteArray& bytes, int keep, Whole whole) {
+    if (FastReply != 1) {
+        WaitSec(PCSpeed / 1000.0);
+        return false;
+    }
+    return WaitSecUntil(PCSpeed / 1000.0, [&] {
+        if (MSComm1 && MSComm1->portOpen() && MSComm1->inBufferCount() > 0)
+            bytes += MSComm1->input().left(std::max<qsizetype>(0, keep - bytes.size()));
+        return whole(bytes);
+    });
+}
+
 QString RtuExchange(const QString& expect, int16_t minLen, int16_t chamber, const QString& body, QString& received) {
     const QDateTime start = Now();
     if (!PrepareSerial(chamber) || ProgramEnding()) return QString();
@@ -126,11 +142,14 @@ QString RtuExchange(const QString& expect, int16_t minLen, int16_t chamber, cons
         return QString();
     }
     const int64_t sentAt = CurrentClock().elapsedMs();
-    WaitSec(PCSpeed / 1000.0);
     const ReadRequest request = RequestOf(chamber, body);
     const int whole = RtuReplyBytes(request);
     QByteArray bytes;
-    if (!ReceiveSerial(bytes, whole + 1, sentAt, [&](const QByteArray& b) { return b.size() >= whole; }, false))
+    const bool early = WaitForReply(bytes, whole + 1, [&](const QByteArray& b) {
+        return b.size() == whole && CheckRtuReply(b, request) == ReplyFault::None;
+    });
+    if (!early &&
+        !ReceiveSerial(bytes, whole + 1, sentAt, [&](const QByteArray& b) { return b.size() >= whole; }, false))
         return QString();
     LastTick = AbsTickCount();
     received = ToHexText(bytes);
@@ -158,13 +177,15 @@ QString AscExchange(const QString& expect, int16_t minLen, int16_t chamber, cons
         return QString();
     }
     const int64_t sentAt = CurrentClock().elapsedMs();
-    WaitSec(PCSpeed / 1000.0);
     const ReadRequest request = RequestOf(chamber, body);
     const int whole = AsciiReplyChars(request);
     QByteArray raw;
+    const bool early = WaitForReply(raw, whole + 1, [&](const QByteArray& b) {
+        return b.size() == whole && CheckAsciiReply(b, request) == ReplyFault::None;
+    });
     // The loop ends at CR LF without touching LastTick, as it always has.
     auto complete = [&](const QByteArray& b) { return b.size() >= whole || b.contains("\r\n"); };
-    if (!ReceiveSerial(raw, whole + 1, sentAt, complete, true)) return QString();
+    if (!early && !ReceiveSerial(raw, whole + 1, sentAt, complete, true)) return QString();
     reply = QString::fromLatin1(raw.mid(1));  // the reply text is what follows the leading ":"
     ReplyFault fault = CheckAsciiReply(raw, request);
     if (fault == ReplyFault::None && (!AsExpected(expect, reply) || reply.size() < minLen))
@@ -202,7 +223,14 @@ QString EthExchange(const QString& expect, int16_t chamber, const QString& body,
         RxSocket = i;  // from here on, and only for this socket, data is the reply
         s->sendData(TcpFrame(AddressDigits(chamber), body));
         sent = true;
-        WaitSec(PCSpeed / 1000.0);
+        if (FastReply == 1 && !expect.isEmpty()) {
+            // Ends once a whole frame by its length field is in.
+            WaitSecUntil(PCSpeed / 1000.0, [] {
+                return RxBytes.size() >= 6 && RxBytes.size() >= 6 + (uint8_t(RxBytes[4]) << 8 | uint8_t(RxBytes[5]));
+            });
+        } else {
+            WaitSec(PCSpeed / 1000.0);
+        }
         RxSocket = -1;
         bytes = RxBytes;
         RxBytes.clear();

@@ -9,6 +9,9 @@
 
 #include "runtime_error.h"
 
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -73,6 +76,15 @@ public:
         fd_ = fd;
         in_.clear();
         apply();
+        // Bytes that arrive wake the event loop, so that a wait for a whole
+        // reply sees it at once; they are taken into the buffer right away.
+        if (QCoreApplication::instance()) {
+            notifier_ = std::make_unique<QSocketNotifier>(fd_, QSocketNotifier::Read);
+            QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] {
+                // A terminal whose other side is gone stays readable: no more wake-ups from it.
+                if (!takeIn() && notifier_) notifier_->setEnabled(false);
+            });
+        }
     }
 
     int inBufferCount() override {
@@ -121,8 +133,9 @@ public:
 
 private:
     // Moves what the driver holds into the buffer, at most 64 KiB a call so
-    // that a line that never stops cannot hold the caller.
-    void takeIn() {
+    // that a line that never stops cannot hold the caller. False when the
+    // line has no other side (end of file, or EIO on a pseudo-terminal).
+    bool takeIn() {
         char chunk[4096];
         for (int k = 0; k < 16; ++k) {
             const ssize_t n = ::read(fd_, chunk, sizeof chunk);
@@ -131,8 +144,9 @@ private:
                 continue;
             }
             if (n < 0 && errno == EINTR) continue;
-            break;  // nothing waiting (EAGAIN), or a pseudo-terminal whose other side is away (EIO)
+            return n < 0 && errno == EAGAIN;  // nothing waiting, or the other side away
         }
+        return true;
     }
 
     void apply() {
@@ -155,6 +169,7 @@ private:
     }
 
     void closeFd() {
+        notifier_.reset();
         if (fd_ < 0) return;
         ::close(fd_);  // the flock goes with the descriptor
         fd_ = -1;
@@ -165,6 +180,7 @@ private:
     int number_ = 1;
     LineSettings line_;
     QByteArray in_;
+    std::unique_ptr<QSocketNotifier> notifier_;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <QTimer>
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -21,6 +22,33 @@ SystemClock::SystemClock() : startMs_(SteadyMs()) {}
 QDateTime SystemClock::now() const { return QDateTime::currentDateTime(); }
 int64_t SystemClock::elapsedMs() const { return SteadyMs() - startMs_; }
 void SystemClock::sleepMs(int ms) { QThread::msleep(static_cast<unsigned long>(ms)); }
+
+void Clock::serveUntil(int64_t deadlineMs, const std::function<bool()>& done) {
+    for (;;) {
+        if (done && done()) return;
+        const int64_t left = deadlineMs - elapsedMs();
+        if (left <= 0) return;
+        sleepMs(static_cast<int>(std::clamp<int64_t>(left, 1, 25)));
+        DoEvents();
+    }
+}
+
+void SystemClock::serveUntil(int64_t deadlineMs, const std::function<bool()>& done) {
+    if (!QCoreApplication::instance()) {
+        Clock::serveUntil(deadlineMs, done);
+        return;
+    }
+    QTimer deadline;  // the one wake-up of the wait when nothing else comes
+    deadline.setSingleShot(true);
+    deadline.setTimerType(Qt::PreciseTimer);
+    for (;;) {
+        if (done && done()) return;
+        const int64_t left = deadlineMs - elapsedMs();
+        if (left <= 0) return;
+        deadline.start(static_cast<int>(std::min<int64_t>(left, 24 * 3600 * 1000)));
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+}
 
 ManualClock::ManualClock(QDateTime start) : start_(std::move(start)) {}
 QDateTime ManualClock::now() const { return start_.addMSecs(ms_); }
@@ -56,12 +84,23 @@ void ResetProgramEnding() { g_ending = false; }
 void WaitSec(double seconds, bool noYield) {
     Clock& clock = CurrentClock();
     const int64_t end = clock.elapsedMs() + static_cast<int64_t>(seconds * 1000.0);
+    if (!noYield) {
+        clock.serveUntil(end, [] { return g_ending; });
+        return;
+    }
     for (;;) {
         const int64_t left = end - clock.elapsedMs();
         if (left <= 0 || g_ending) break;
         clock.sleepMs(static_cast<int>(std::clamp<int64_t>(left, 1, 25)));
-        if (!noYield) DoEvents();
     }
+}
+
+bool WaitSecUntil(double seconds, const std::function<bool()>& done) {
+    Clock& clock = CurrentClock();
+    const int64_t end = clock.elapsedMs() + static_cast<int64_t>(seconds * 1000.0);
+    bool held = false;
+    clock.serveUntil(end, [&] { return g_ending || (held = done()); });
+    return held;
 }
 
 }  // namespace qel

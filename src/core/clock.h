@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <cstdint>
+#include <functional>
 
 namespace qel {
 
@@ -16,6 +17,11 @@ public:
     virtual int64_t elapsedMs() const = 0;
     // Blocks for ms milliseconds (at most 25 are asked for at once).
     virtual void sleepMs(int ms) = 0;
+    // Serves the event loop until elapsedMs() reaches `deadlineMs` or `done`
+    // holds (checked before every round; may be empty). This default sleeps
+    // in slices of at most 25 ms with one round of events after each, so a
+    // clock that only moves when slept on moves the same way.
+    virtual void serveUntil(int64_t deadlineMs, const std::function<bool()>& done);
 };
 
 // The wall clock and a real sleep.
@@ -25,6 +31,10 @@ public:
     QDateTime now() const override;
     int64_t elapsedMs() const override;
     void sleepMs(int ms) override;
+    // Sleeps in the event loop itself until an event or the deadline comes:
+    // a wait costs no wake-ups of its own, and whatever it waits for (a
+    // reply, a key, the end of the program) is seen the moment it arrives.
+    void serveUntil(int64_t deadlineMs, const std::function<bool()>& done) override;
 
 private:
     int64_t startMs_;
@@ -55,10 +65,15 @@ inline QDateTime Now() { return CurrentClock().now(); }
 // count, taken as an absolute value.
 int32_t AbsTickCount();
 
-// The only pause. Sleeps in slices of 1 to 25 ms until the time is reached,
-// serving the event loop after each slice unless noYield is set. Timers,
-// socket events and key presses can therefore run inside it.
+// The only pause. Serves the event loop until the time is reached (unless
+// noYield is set: then it only sleeps, in slices of 1 to 25 ms). Timers,
+// socket events and key presses can therefore run inside it. Returns early
+// once the program is ending.
 void WaitSec(double seconds, bool noYield = false);
+
+// The same pause, ended early as soon as `done` holds; checked whenever an
+// event has been served. Returns whether it held.
+bool WaitSecUntil(double seconds, const std::function<bool()>& done);
 
 // One round of the event loop (the receive loops yield with it).
 void DoEvents();

@@ -28,6 +28,7 @@ int16_t RemotePort;
 int16_t PCSpeed;
 int32_t FileSave;
 int16_t CommDataSave;
+int16_t FastReply;
 int32_t LastTick;
 int16_t MaxChamberNo;
 int16_t ScreenNo;
@@ -100,6 +101,7 @@ void ResetAllState() {
     PCSpeed = 300;
     FileSave = 30;
     CommDataSave = 0;
+    FastReply = 0;
     LastTick = 0;
     MaxChamberNo = 0;
     ScreenNo = 1;

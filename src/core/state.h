@@ -118,6 +118,10 @@ extern int16_t RemotePort;
 extern int16_t PCSpeed;       // reply budget in ms
 extern int32_t FileSave;      // data-log period in s
 extern int16_t CommDataSave;  // 1: trace every exchange into the error log
+// 1: a read ends as soon as a whole, valid reply is in, PCSpeed being only
+// its time-out ("FastReply" in [CommData]; absent or 0 as ever: every read
+// waits out PCSpeed).
+extern int16_t FastReply;
 extern int32_t LastTick;      // |tick| in ms at the end of the last exchange
 extern int16_t MaxChamberNo;
 extern int16_t ScreenNo;

@@ -252,6 +252,8 @@ void ReadCOMINI() {
         DisplayStatus = number16("ButtonSet", "DisplayStatus", "");
         DisplaySound = number16("ButtonSet", "DisplaySound", "");
         CommDataSave = number16("CommData", "CommDataSave", "");
+        // Opt-in, and never a reason to refuse a file: anything but 1 is off.
+        FastReply = Val(read("CommData", "FastReply", "")) == 1 ? 1 : 0;
 
         LinkCallsOfSettings().openLink();
     } catch (const RuntimeError& e) {

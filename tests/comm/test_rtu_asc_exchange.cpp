@@ -114,6 +114,30 @@ TEST_P(EachSerialProtocol, WriteNeverTouchesCounters) {
     EXPECT_EQ(Health(), std::pair(5, -1));
 }
 
+// Guards the opt-in fast reply: a whole reply with a good checksum ends the read at once and is taken
+// as it would be after PCSpeed; one that is not (a bad checksum) still waits PCSpeed out and fails;
+// a write keeps its pause.
+TEST_P(EachSerialProtocol, FastReplyEndsAReadOnlyWhenItsWholeGoodReplyIsIn) {
+    FastReply = 1;
+    const QByteArray reply = Frame(Block1());
+    Answer(reply);
+    int64_t t0 = clock.elapsedMs();
+    EXPECT_EQ(Read(), Protocol == "RTU" ? Hex(reply) : QString::fromLatin1(reply.mid(1)));
+    EXPECT_LT(clock.elapsedMs() - t0, PCSpeed);
+    EXPECT_EQ(Health(), std::pair(0, 0));
+    QByteArray bad = reply;
+    bad[10] = bad[10] == '0' ? '1' : '0';
+    Answer(bad);
+    t0 = clock.elapsedMs();
+    Read();
+    EXPECT_GE(clock.elapsedMs() - t0, PCSpeed);
+    EXPECT_EQ(Health().first, 1);
+    t0 = clock.elapsedMs();
+    Transact("", "0600650004", 4);
+    EXPECT_EQ(clock.elapsedMs() - t0, 2 * PCSpeed);
+    FastReply = 0;
+}
+
 INSTANTIATE_TEST_SUITE_P(Framings, EachSerialProtocol,
                          ::testing::Values(Serial{"RTU", &qeltest::WithCrc, 3}, Serial{"ASC", &qeltest::WithLrc, 4}),
                          [](const auto& info) { return std::string(info.param.protocol); });

@@ -6,6 +6,7 @@
 #include "modbus.h"
 #include "state.h"
 
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -88,6 +89,26 @@ TEST_F(TcpExchange, GoodRead) {
     EXPECT_EQ(Read(), Hex(Block1()));
     EXPECT_EQ(peer.requests, QList<QByteArray>{qeltest::FromHex("123400000006010300020078")});
     EXPECT_EQ(StatusPanel1, "");
+}
+
+// Guards the opt-in fast reply on TCP: a reply in two pieces is taken whole, as soon as its length field
+// says it is complete, long before PCSpeed; a frame that never completes fails after PCSpeed as ever.
+TEST_F(TcpExchange, FastReplyTakesTheWholeFrameByItsLength) {
+    FastReply = 1;
+    PCSpeed = 5000;
+    peer.replies = {WithMbap(Block1())};
+    peer.split = true;
+    QElapsedTimer took;
+    took.start();
+    EXPECT_EQ(Read(), Hex(Block1()));
+    EXPECT_LT(took.elapsed(), 4000) << "ended by the whole frame, not by PCSpeed";
+    EXPECT_EQ(FailCount[0], 0);
+    PCSpeed = 150;
+    peer.replies = {WithMbap(Block1()).left(100)};
+    peer.split = false;
+    EXPECT_EQ(Read(), "");
+    EXPECT_EQ(FailCount[0], 1);
+    FastReply = 0;
 }
 
 // Guards a reply 1.2 x PCSpeed late being taken for the next request's (here: silence).

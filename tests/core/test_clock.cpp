@@ -33,3 +33,30 @@ TEST(WaitSec, SleepsInSlicesOfAtMost25MsAndServesEventsUnlessNoYield) {
     EXPECT_EQ(clock.ms, 350);
     for (int s : clock.slices) EXPECT_TRUE(s >= 1 && s <= 25) << s;
 }
+
+// Guards the wall clock's wait: it serves timers while it waits and lasts at
+// least the time asked; a wait for a condition ends when an event makes it
+// hold, and a wait of any kind ends when the program is ending.
+TEST(WaitSec, OnTheWallClockServesEventsAndEndsWhenItsConditionHolds) {
+    qel::SetClock(nullptr);
+    qel::Clock& clock = qel::CurrentClock();
+    int fired = 0;
+    QTimer::singleShot(5, [&] { ++fired; });
+    const int64_t t0 = clock.elapsedMs();
+    qel::WaitSec(0.05);
+    EXPECT_EQ(fired, 1);
+    EXPECT_GE(clock.elapsedMs() - t0, 50);
+
+    bool ready = false;
+    QTimer::singleShot(20, [&] { ready = true; });
+    const int64_t t1 = clock.elapsedMs();
+    EXPECT_TRUE(qel::WaitSecUntil(30.0, [&] { return ready; }));
+    EXPECT_LT(clock.elapsedMs() - t1, 15000) << "ended by its condition, not by its time";
+    EXPECT_FALSE(qel::WaitSecUntil(0.01, [] { return false; }));
+
+    QTimer::singleShot(20, [] { qel::EndProgram(); });
+    const int64_t t2 = clock.elapsedMs();
+    qel::WaitSec(30.0);
+    qel::ResetProgramEnding();
+    EXPECT_LT(clock.elapsedMs() - t2, 15000) << "ended by the program's end";
+}

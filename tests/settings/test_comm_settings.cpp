@@ -46,6 +46,23 @@ TEST_F(ReadCominiTest, HandWrittenFileLoadsIntoEveryGlobal) {
     EXPECT_EQ(qel::SerialPortDevices, (QMap<int, QString>{{1, "/dev/ttyUSB0"}, {3, "/dev/ttyACM1"}}));
 }
 
+// Guards the opt-in fast reply: on only for "FastReply=1" in [CommData]; absent (as in every existing
+// installation's file), 0 or anything else leaves it off, and no value of it stops the loader.
+TEST_F(ReadCominiTest, FastReplyOnlyWhenOne) {
+    const struct { const char* line; int16_t on; } rows[] = {
+        {"", 0}, {"FastReply=1", 1}, {"FastReply=0", 0}, {"FastReply=yes", 0}, {"FastReply=2", 0}, {"FastReply=", 0}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.line);
+        resetState();
+        qel::FastReply = 7;
+        write("SetComm.ini", Crlf(QByteArray(kFullSetComm) + r.line + "\n"));
+        qel::ReadCOMINI();
+        EXPECT_EQ(qel::FastReply, r.on);
+        EXPECT_EQ(errorLines(), QStringList());
+        EXPECT_EQ(qel::CommDataSave, 1);
+    }
+}
+
 // Guards the fallback of each value and that a stop keeps what was read
 // before it (the wrong setting reports are tabled with the whole folder).
 TEST_F(ReadCominiTest, OneKeyChangedLoadsOrStopsTheLoaderKeepingWhatWasRead) {
