@@ -10,7 +10,7 @@ PKGS=(
   libqcustomplot-dev
   libgl-dev
   python3 python3-pymodbus python3-serial python3-serial-asyncio
-  libmodbus-dev
+  libmodbus-dev mbpoll
   xvfb xauth
   fonts-nanum  # Hangul glyphs: Korean chamber names and captions would show as boxes without a CJK font
 )

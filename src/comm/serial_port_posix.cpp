@@ -81,8 +81,9 @@ public:
         if (QCoreApplication::instance()) {
             notifier_ = std::make_unique<QSocketNotifier>(fd_, QSocketNotifier::Read);
             QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] {
-                // A terminal whose other side is gone stays readable: no more wake-ups from it.
-                if (!takeIn() && notifier_) notifier_->setEnabled(false);
+                // Readable with nothing to read: the other side is gone (end of
+                // file, EIO). It would stay readable, so no more wake-ups from it.
+                if (takeIn() == 0 && notifier_) notifier_->setEnabled(false);
             });
         }
     }
@@ -133,20 +134,22 @@ public:
 
 private:
     // Moves what the driver holds into the buffer, at most 64 KiB a call so
-    // that a line that never stops cannot hold the caller. False when the
-    // line has no other side (end of file, or EIO on a pseudo-terminal).
-    bool takeIn() {
+    // that a line that never stops cannot hold the caller. Returns how many
+    // bytes it took.
+    qsizetype takeIn() {
         char chunk[4096];
+        qsizetype taken = 0;
         for (int k = 0; k < 16; ++k) {
             const ssize_t n = ::read(fd_, chunk, sizeof chunk);
             if (n > 0) {
                 in_.append(chunk, n);
+                taken += n;
                 continue;
             }
             if (n < 0 && errno == EINTR) continue;
-            return n < 0 && errno == EAGAIN;  // nothing waiting, or the other side away
+            break;  // nothing waiting (EAGAIN, or 0 in raw mode), or a pseudo-terminal whose other side is away (EIO)
         }
-        return true;
+        return taken;
     }
 
     void apply() {
