@@ -9,6 +9,8 @@
 #include "station_hooks.h"
 #include "vbtext.h"
 
+#include <array>
+
 namespace qel {
 
 bool ExchangeGood(int16_t chamber, const QString& reply, int first, int last) {
@@ -36,9 +38,24 @@ void StoreEndDate(int16_t chamber, int ch, int16_t year, int16_t month, int16_t 
     if (Hooks.endTimeCaption) Hooks.endTimeCaption(chamber, ch, caption);
 }
 
+namespace {
+// The last time text of each chamber's trend sample, parsed once: the check
+// runs on every poll and the text changes every 2 s at most.
+QDateTime ParsedGraphTime(int index, const QString& text) {
+    static std::array<std::pair<QString, QDateTime>, kMaxChambers> parsed;
+    auto& [seen, time] = parsed[static_cast<size_t>(index)];
+    if (seen != text || !time.isValid()) {
+        seen = text;
+        time = ParseTimeText(text);
+    }
+    return time;
+}
+}  // namespace
+
 void OperationGraphIfDue(int16_t chamber) {
-    LogRec& log = Log[ChamberIndex(chamber)];
-    const QDateTime last = ParseTimeText(log.GraphTime);
+    const int i = ChamberIndex(chamber);
+    LogRec& log = Log[i];
+    const QDateTime last = ParsedGraphTime(i, log.GraphTime);
     if (last.isValid() && last.secsTo(Now()) < 2) return;
     log.GraphTime = FormatDate(Now(), QStringLiteral("yyyy-mm-dd hh:mm:ss"));
     if (Hooks.operationGraph) Hooks.operationGraph(chamber);

@@ -12,6 +12,9 @@
 #include "state.h"
 #include "vbtext.h"
 
+#include <map>
+#include <vector>
+
 namespace qel {
 
 namespace {
@@ -81,6 +84,13 @@ Words WordsOf(ChamberRec& r, Kind kind, int k) {
 // The number as the run-time prints it: a blank before a positive number.
 QString Item(int i) { return u' ' + QString::number(i); }
 
+// The names of a lamp array's lamps ("Status_Lamp2000(5)"), made once: the
+// scan paints every selected lamp on every poll.
+std::vector<QString>& LampNames(const QString& lampSet) {
+    static std::map<QString, std::vector<QString>> names;
+    return names[lampSet];
+}
+
 class Scan {
 public:
     Scan(int16_t chamber, int channel, Family family)
@@ -89,6 +99,7 @@ public:
                   : family == Family::QEL2200 ? page::Layout::L2200
                                               : page::Layout::L2300),
           lampSet_(page::LampSetName(layout_, channel)),
+          lampNames_(LampNames(lampSet_)),
           lamps_(PageControls(chamber)) {}
 
     void run() {
@@ -120,7 +131,11 @@ private:
         const LogRec& log = Log[c_];
         return family_ == Family::QEL2000 ? log.Lamp2000[k_ - 1] : family_ == Family::QEL2200 ? log.Lamp2200 : log.Lamp2300;
     }
-    QString lamp() const { return Indexed(lampSet_, lampIndex_); }
+    const QString& lamp() const {
+        while (lampNames_.size() <= static_cast<size_t>(lampIndex_))
+            lampNames_.push_back(Indexed(lampSet_, static_cast<int>(lampNames_.size())));
+        return lampNames_[static_cast<size_t>(lampIndex_)];
+    }
     void paint(bool on) { lamps_.setBack(lamp(), on ? colors::kRed : colors::kBlack); }
 
     // The lamp whose colour the OFF branch reads. Two of the routines read
@@ -194,13 +209,15 @@ private:
     Family family_;
     page::Layout layout_;
     QString lampSet_;
+    std::vector<QString>& lampNames_;
     ControlSet& lamps_;
     int lampIndex_ = 0;
 };
 
 }  // namespace
 
-bool LampSelected(const QString& entry) { return !entry.isEmpty() && Val(entry.right(1)) == 1; }
+// Val of the last character is 1 only for the character "1".
+bool LampSelected(const QString& entry) { return !entry.isEmpty() && entry.back() == u'1'; }
 
 void EventScan(int16_t chamber, int16_t channel) {
     try {

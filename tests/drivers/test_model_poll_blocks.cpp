@@ -7,6 +7,7 @@
 #include "link.h"
 #include "qel2200_poll.h"
 #include "qel2400_poll.h"
+#include "reply_text.h"
 #include "state.h"
 #include "station_hooks.h"
 
@@ -222,4 +223,14 @@ TEST_F(ModelBlocks, Qel2400FailedReadsAndLinkedRun) {
     EXPECT_EQ(calls.filter("runProc").join(","), "runProc2 1");
     QEL2400_ReadCommBlock(31);
     EXPECT_TRUE(dir.errorLog().contains("  Subscript out of rangemodCommControl.ReadCommBlock\r\n"));
+}
+
+// Guards the reading of a register off the reply text against what Val("&H" + four characters)
+// makes of it: signed 16 bits, either case, a text that ends early, a character that is no digit.
+TEST(ReplyText, RegistersAsValReadsThem) {
+    const struct { const char* text; int16_t want; } rows[] = {
+        {"010302FFFF", -1}, {"0103028000", -32768}, {"01030200ff", 255}, {"0103027FFF", 32767},
+        {"01030212", 0x12}, {"0103021G34", 1}, {"010302", 0}, {"010302 123", 0x123},  // Val skips blanks
+    };
+    for (const auto& r : rows) EXPECT_EQ(RegisterAt(QString::fromLatin1(r.text), 0, 0), r.want) << r.text;
 }
