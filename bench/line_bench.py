@@ -22,8 +22,13 @@ QELSIM = os.path.join(BUILD, "sim", "qelsim")
 STATION = os.path.join(BUILD, "app", "qelstation")
 APP = os.path.join(ROOT, "data", "app")
 
-# Reads of one poll cycle of an idle chamber, by model: (registers of each read).
-READS = {"QEL2000": [120], "QEL2200": [109], "QEL2300": [82, 82], "QEL2400": [115, 15, 130]}
+# Reads of one poll cycle of an idle chamber, by model: (first register, count) of each read.
+BLOCKS = {"QEL2000": [(2, 120)], "QEL2200": [(0, 109)], "QEL2300": [(2, 82), (0x8C, 82)],
+          "QEL2400": [(2, 115), (0x87, 15), (0xC8, 130)]}
+READS = {m: [n for _, n in b] for m, b in BLOCKS.items()}
+# A standard master reads at most 125 registers at once: the QEL2400's third
+# read (130, byte count 0x04) is beyond mbpoll and pymodbus.
+STANDARD = {m: all(n <= 125 for n in r) for m, r in READS.items()}
 
 
 def wire_seconds(protocol, baud, reads):
@@ -172,10 +177,10 @@ def work_cpu(line, ticks=200):
 PYMODBUS_READS = r'''
 import sys, time
 from pymodbus.client import ModbusSerialClient, ModbusTcpClient
-protocol, target, count, regs, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4]), int(sys.argv[5])
+protocol, target, count, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[5])
+blocks = [tuple(int(x) for x in b.split(":")) for b in sys.argv[4].split(",")]
 def read(c, unit):
-    r = c.read_holding_registers(2, regs, slave=unit)
-    return not r.isError()
+    return all(not c.read_holding_registers(first, n, slave=unit).isError() for first, n in blocks)
 t = []
 if protocol == "ETH":
     host_base, port = target.rsplit(":", 1)
@@ -199,25 +204,28 @@ print("%.6f %s" % (t[len(t) // 2], "ok" if ok else "failed"))
 
 def pymodbus_cycle(line, baud, rounds=3):
     target = line.pty if line.protocol != "ETH" else "127.0.1.1:%d" % line.port
-    r = subprocess.run(["/usr/bin/python3", "-c", PYMODBUS_READS, line.protocol, target, str(line.count),
-                        str(READS[line.model][0]), str(rounds), str(baud)], capture_output=True, text=True,
-                       timeout=600)
+    if not STANDARD[line.model]:
+        return float("nan")
+    blocks = ",".join("%d:%d" % b for b in BLOCKS[line.model])
+    r = subprocess.run(["/usr/bin/python3", "-c", PYMODBUS_READS, line.protocol, target, str(line.count), blocks,
+                        str(rounds), str(baud)], capture_output=True, text=True, timeout=600)
     parts = r.stdout.split()
     return float(parts[0]) if len(parts) == 2 and parts[1] == "ok" else float("nan")
 
 
 def mbpoll_cycle(line, baud, rounds=3):
-    if not shutil.which("mbpoll"):
+    if not shutil.which("mbpoll") or not STANDARD[line.model]:
         return float("nan")
     times = []
     for _ in range(rounds):
         t0 = time.monotonic()
-        r = subprocess.run(["mbpoll", "-m", "rtu", "-b", str(baud), "-P", "none", "-a", "1:%d" % line.count, "-0",
-                            "-r", "2", "-c", str(READS[line.model][0]), "-1", "-o", "1", line.pty],
-                           capture_output=True, text=True, timeout=600)
+        for first, n in BLOCKS[line.model]:  # mbpoll reads one block of every slave a run
+            r = subprocess.run(["mbpoll", "-m", "rtu", "-b", str(baud), "-P", "none", "-a", "1:%d" % line.count,
+                                "-0", "-r", str(first), "-c", str(n), "-1", "-o", "1", line.pty],
+                               capture_output=True, text=True, timeout=600)
+            if r.returncode != 0:
+                return float("nan")
         times.append(time.monotonic() - t0)
-        if r.returncode != 0:
-            return float("nan")
     times.sort()
     return times[len(times) // 2]
 
