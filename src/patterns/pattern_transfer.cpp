@@ -115,18 +115,9 @@ int16_t PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int channel
             // The hours register carries one more than the hours, and a read
             // does not take it off: read and saved again, every segment comes
             // back an hour longer, as the controllers have always had it.
-            QString body = QStringLiteral("100464000B16") + t.setPoint(rec.SegSP[i]) + t.hex(time.hours + 1) + t.hex(time.rest);
-            for (SegmentTexts* sig : SegSignals(rec)) {
-                if ((*sig)[i].isEmpty()) (*sig)[i] = QStringLiteral("0000");
-                body += t.hex((*sig)[i]);
-            }
-            t.write(body);
-            QString aux = QStringLiteral("10046F000408");
-            for (SegmentTexts* a : SegAuxes(rec)) {
-                if ((*a)[i].isEmpty()) (*a)[i] = QStringLiteral("0000");
-                aux += t.hex((*a)[i]);
-            }
-            t.write(aux);
+            t.write(QStringLiteral("100464000B16") + t.setPoint(rec.SegSP[i]) + t.hex(time.hours + 1) +
+                    t.hex(time.rest) + t.wordsOf(SegSignals(rec), i));
+            t.write(QStringLiteral("10046F000408") + t.wordsOf(SegAuxes(rec), i));
             if (t.stopped()) return -1;
             t.write(QStringLiteral("06048E") + t.hexOrZero(rec.SegUse[i]));
             t.write(QStringLiteral("0604520003"));
@@ -138,15 +129,11 @@ int16_t PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int channel
         if (TailDirty == 0) return -1;
 
         t.write(QStringLiteral("10044B000306") + channel + pattern + QStringLiteral("0000"));
-        auto atLeastOne = [&](const QString& v) { return Val(v) == 0 ? QStringLiteral("0001") : t.hex(v); };
-        const QString repeat = atLeastOne(rec.PatternRepeat), channelRepeat = atLeastOne(rec.ChannelRepeat);
-        const QString endMode = t.hexOrZero(rec.EndMode);
+        const QString channelRepeat = t.repeatOrOne(rec.ChannelRepeat);
         // The other channel's repeat is set to 1.
-        t.write(QStringLiteral("10047D000408") + repeat + endMode +
+        t.write(QStringLiteral("10047D000408") + t.repeatOrOne(rec.PatternRepeat) + t.hexOrZero(rec.EndMode) +
                 (channelIndex == 0 ? channelRepeat + QStringLiteral("0001") : QStringLiteral("0001") + channelRepeat));
-        QString loops = QStringLiteral("100482000C18");
-        for (int k = 0; k < 4; ++k) loops += t.hexOrZero(rec.LoopStart[k]) + t.hexOrZero(rec.LoopEnd[k]) + t.hexOrZero(rec.LoopCount[k]);
-        t.write(loops);
+        t.write(QStringLiteral("100482000C18") + t.loopRows(rec));
         t.write(QStringLiteral("0604520003"));
         t.pause(4);
     } catch (const RuntimeError& e) {

@@ -138,14 +138,9 @@ int16_t QEL2200_PatternSave(int16_t chamber, PatternRec& rec, int patternNo, con
             const HoursAndRest time = SplitSeconds(secs);
             if (rec.SegSP2[i].isEmpty()) rec.SegSP2[i] = QStringLiteral("0000");
             // Hours one higher, never taken off by a read: as on the QEL2000.
-            QString body = QStringLiteral("100530000D1A") + t.setPoint(rec.SegSP[i], kChannel1) +
-                           t.setPoint(rec.SegSP2[i], kChannel2) + t.hex(time.hours + 1) + t.hex(time.rest);
-            for (SegmentTexts* sig : SegSignals(rec)) {
-                if ((*sig)[i].isEmpty()) (*sig)[i] = QStringLiteral("0000");
-                body += t.hex((*sig)[i]);
-            }
-            if (rec.SegUse[i].isEmpty()) rec.SegUse[i] = QStringLiteral("0000");
-            t.write(body + t.hex(rec.SegUse[i]));
+            t.write(QStringLiteral("100530000D1A") + t.setPoint(rec.SegSP[i], kChannel1) +
+                    t.setPoint(rec.SegSP2[i], kChannel2) + t.hex(time.hours + 1) + t.hex(time.rest) +
+                    t.wordsOf(SegSignals(rec), i) + t.wordsOf(std::array<SegmentTexts*, 1>{&rec.SegUse}, i));
             if (t.stopped()) return -1;
             t.write(QStringLiteral("06051F0003"));
             t.pause(2);
@@ -156,9 +151,8 @@ int16_t QEL2200_PatternSave(int16_t chamber, PatternRec& rec, int patternNo, con
         if (TailDirty == 0) return -1;
 
         t.write(QStringLiteral("100519000204") + pattern + QStringLiteral("0000"));
-        auto atLeastOne = [&](const QString& v) { return Val(v) == 0 ? QStringLiteral("0001") : t.hex(v); };
-        QString tail = QStringLiteral("100021000F1E") + atLeastOne(rec.PatternRepeat) + atLeastOne(rec.ChannelRepeat) +
-                       t.hexOrZero(rec.EndMode);
+        QString tail = QStringLiteral("100021000F1E") + t.repeatOrOne(rec.PatternRepeat) +
+                       t.repeatOrOne(rec.ChannelRepeat) + t.hexOrZero(rec.EndMode);
         for (const LoopTexts* row : {&rec.LoopStart, &rec.LoopEnd, &rec.LoopCount})
             for (int k = 0; k < 4; ++k) tail += t.hexOrZero((*row)[k]);
         t.write(tail);

@@ -136,17 +136,8 @@ int16_t QEL2400_PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int
             t.pause(1);
             const HoursAndRest time = SplitSeconds(secs);
             // Hours one higher, never taken off by a read: as on the QEL2000.
-            QString body =
-                QStringLiteral("10019D000F1E") + t.setPoint(rec.SegSP[i]) + t.hex(time.hours + 1) + t.hex(time.rest);
-            for (SegmentTexts* sig : SegSignals(rec)) {
-                if ((*sig)[i].isEmpty()) (*sig)[i] = QStringLiteral("0000");
-                body += t.hex((*sig)[i]);
-            }
-            for (SegmentTexts* a : SegAuxes(rec)) {
-                if ((*a)[i].isEmpty()) (*a)[i] = QStringLiteral("0000");
-                body += t.hex((*a)[i]);
-            }
-            t.write(body);
+            t.write(QStringLiteral("10019D000F1E") + t.setPoint(rec.SegSP[i]) + t.hex(time.hours + 1) +
+                    t.hex(time.rest) + t.wordsOf(SegSignals(rec), i) + t.wordsOf(SegAuxes(rec), i));
             if (t.stopped()) return -1;
             t.write(QStringLiteral("0601B1") + t.hexOrZero(rec.SegUse[i]));
             t.write(QStringLiteral("0601960003"));
@@ -158,15 +149,11 @@ int16_t QEL2400_PatternSave(int16_t chamber, PatternRec& rec, int patternNo, int
         if (TailDirty == 0) return -1;
 
         t.write(SelectPatternLevel(t, channelIndex, patternNo));
-        auto atLeastOne = [&](const QString& v) { return Val(v) == 0 ? QStringLiteral("0001") : t.hex(v); };
-        QString tail = QStringLiteral("1001B700050A") + atLeastOne(rec.PatternRepeat) + t.hexOrZero(rec.EndMode);
+        QString tail = QStringLiteral("1001B700050A") + t.repeatOrOne(rec.PatternRepeat) + t.hexOrZero(rec.EndMode);
         // The other channels' repeats are set to 0 (the QEL2000 sets 1).
-        for (int c = 0; c < 3; ++c) tail += c == channelIndex ? atLeastOne(rec.ChannelRepeat) : QStringLiteral("0000");
+        for (int c = 0; c < 3; ++c) tail += c == channelIndex ? t.repeatOrOne(rec.ChannelRepeat) : QStringLiteral("0000");
         t.write(tail);
-        QString loops = QStringLiteral("1001BC000C18");
-        for (int k = 0; k < 4; ++k)
-            loops += t.hexOrZero(rec.LoopStart[k]) + t.hexOrZero(rec.LoopEnd[k]) + t.hexOrZero(rec.LoopCount[k]);
-        t.write(loops);
+        t.write(QStringLiteral("1001BC000C18") + t.loopRows(rec));
         t.write(QStringLiteral("0601960003"));
         t.pause(4);
     } catch (const RuntimeError& e) {

@@ -92,6 +92,16 @@ HoursAndRest SplitSeconds(int32_t t) {
     return {h, 60 * m + s};
 }
 
+QString TransferSteps::repeatOrOne(const QString& text) const {
+    return Val(text) == 0 ? QStringLiteral("0001") : hex(text);
+}
+
+QString TransferSteps::loopRows(const PatternRec& r) const {
+    QString rows;
+    for (int k = 0; k < 4; ++k) rows += hexOrZero(r.LoopStart[k]) + hexOrZero(r.LoopEnd[k]) + hexOrZero(r.LoopCount[k]);
+    return rows;
+}
+
 void ReadSegments(const TransferSteps& t, int count, const SegmentWindow& window,
                   const std::function<void(const QString& reply, int index)>& decode) {
     for (int i = 1; i <= std::min(count, kPatternSegments); ++i) {

@@ -9,6 +9,7 @@
 
 #include <QString>
 #include <cstdint>
+#include <array>
 #include <functional>
 
 namespace qel {
@@ -50,6 +51,21 @@ public:
     QString setPoint(const QString& text, int channel) const;
     // An empty signal, aux, flag or mode goes as "0000".
     QString hexOrZero(const QString& text) const;
+    // A repeat of 0 (or empty) goes as "0001".
+    QString repeatOrOne(const QString& text) const;
+    // Segment i's words of these arrays as hex; an empty element is set to
+    // "0000" in the record first, as the save has always left it.
+    template <size_t N>
+    QString wordsOf(const std::array<SegmentTexts*, N>& arrays, int i) const {
+        QString words;
+        for (SegmentTexts* a : arrays) {
+            if ((*a)[i].isEmpty()) (*a)[i] = QStringLiteral("0000");
+            words += hex((*a)[i]);
+        }
+        return words;
+    }
+    // The four loop rows, row by row: start, end and count of each.
+    QString loopRows(const PatternRec& record) const;
 
     // Register `reg` of a block read from `first`: its signed value as text,
     // or divided by the channel's DP and formatted "###0." + DP (raw when the
