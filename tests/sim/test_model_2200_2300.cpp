@@ -10,6 +10,8 @@
 using namespace qelsim;
 using simtest::H;
 
+using simtest::Send;
+
 namespace {
 
 const QDateTime Start(QDate(2024, 1, 31), QTime(8, 15, 7));
@@ -20,14 +22,6 @@ std::unique_ptr<Chamber> Make(const char* model, std::vector<int> decimals) {
     return chamber;
 }
 
-// One write as the station sends it: 06 comes back echoed, 10 as its first five bytes.
-void Send(Chamber& c, const QByteArray& hex) {
-    const QByteArray req = QByteArray::fromHex(hex);
-    EXPECT_EQ(c.handlePdu(req), req[0] == '\x06' ? req : req.left(5)) << hex.constData();
-}
-void Send(Chamber& c, std::initializer_list<const char*> bodies) {
-    for (const char* b : bodies) Send(c, QByteArray(b));
-}
 
 // A block read, the words as unsigned 16-bit values.
 std::vector<uint16_t> Read(Chamber& c, int reg, int count) {
