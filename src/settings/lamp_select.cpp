@@ -144,7 +144,7 @@ void ReadLampSelect(int16_t chamber) {
         const int entries = form == LampForm::Lamp2300 ? 92 : kLampEntries;
         for (int channel = 1; channel <= tables; ++channel) {
             const LampFile file = FileOf(form, channel);
-            const ProfileFile ini(SettingsPath(file.name));
+            const ProfileFile& ini = CachedProfileFile(SettingsPath(file.name));
             LampTable& table = LampTableOf(form, chamber, channel);
             for (int i = 1; i <= entries; ++i) {
                 const QString text = ini.read(Section(file, chamber), LampKey(i), QStringLiteral("1"), 10, 10);

@@ -7,6 +7,8 @@
 #include <QHash>
 #include <QSaveFile>
 #include <algorithm>
+#include <map>
+#include <memory>
 #include <vector>
 
 namespace qel {
@@ -269,9 +271,14 @@ void ProfileEditor::write(const QString& section, const QString& key, const QStr
     changed_ = true;
 }
 
+namespace {
+uint64_t g_saves = 0;  // saves of the station's own, for CachedProfileFile
+}  // namespace
+
 bool ProfileEditor::save() {
     if (!ok_) return false;
     if (!changed_ && existed_) return true;
+    ++g_saves;
     QSaveFile out(path_);
     out.setDirectWriteFallback(true);
     if (!out.open(QIODevice::WriteOnly)) return false;
@@ -290,6 +297,27 @@ bool WriteProfileString(const QString& section, const QString& key, const QStrin
     if (!editor.ok()) return false;
     editor.write(section, key, value);
     return editor.save();
+}
+
+const ProfileFile& CachedProfileFile(const QString& path) {
+    struct Entry {
+        qint64 size = -1;
+        QDateTime modified;
+        uint64_t saves = 0;
+        std::unique_ptr<ProfileFile> file;
+    };
+    static std::map<QString, Entry> cache;
+    const QFileInfo info(path);
+    const qint64 size = info.exists() ? info.size() : -1;
+    const QDateTime modified = info.exists() ? info.lastModified() : QDateTime();
+    Entry& e = cache[path];
+    if (!e.file || e.size != size || e.modified != modified || e.saves != g_saves) {
+        e.file = std::make_unique<ProfileFile>(path);
+        e.size = size;
+        e.modified = modified;
+        e.saves = g_saves;
+    }
+    return *e.file;
 }
 
 }  // namespace qel

@@ -96,4 +96,10 @@ private:
 // leaves it untouched.
 bool WriteProfileString(const QString& section, const QString& key, const QString& value, const QString& path);
 
+// A file read once and kept while it stays as it was: the same size and
+// modification time, and no save of the station's own since (which counts
+// even when the clock of the file system cannot tell the two apart). For
+// files read again and again, such as the lamp tables of every chamber.
+const ProfileFile& CachedProfileFile(const QString& path);
+
 }  // namespace qel
