@@ -191,7 +191,8 @@ if protocol == "ETH":
         ok = all(read(c, a) for a, c in enumerate(clients, 1))
         t.append(time.monotonic() - t0)
 else:
-    c = ModbusSerialClient(port=target, method="rtu", baudrate=int(sys.argv[6]), timeout=1)
+    c = ModbusSerialClient(port=target, method="rtu" if protocol == "RTU" else "ascii", baudrate=int(sys.argv[6]),
+                           timeout=1)
     c.connect()
     for _ in range(rounds):
         t0 = time.monotonic()
@@ -236,6 +237,9 @@ def main():
     p.add_argument("--chambers", type=int, default=30)
     p.add_argument("--baud", type=int, default=9600)
     p.add_argument("--models", default="QEL2000")
+    p.add_argument("--protocols", default="ETH,RTU,ASC")
+    p.add_argument("--asc-baud", type=int, default=19200,
+                   help="ASCII's line speed: at 9600 a block read's reply alone takes longer than PCSpeed 300")
     a = p.parse_args()
     rows = []
 
@@ -244,9 +248,9 @@ def main():
         print("  ".join(str(c) for c in cells), file=sys.stderr, flush=True)
 
     for model in a.models.split(","):
-        for protocol in ("ETH", "RTU"):
+        for protocol in a.protocols.split(","):
             for count in (1, a.chambers):
-                baud = a.baud if protocol != "ETH" else 0
+                baud = {"ETH": 0, "RTU": a.baud, "ASC": a.asc_baud}[protocol]
                 line = Line(protocol, model, count, baud)
                 try:
                     # PCSpeed per read, and the poll timer's 100 ms between two walks.
