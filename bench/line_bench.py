@@ -191,8 +191,11 @@ if protocol == "ETH":
         ok = all(read(c, a) for a, c in enumerate(clients, 1))
         t.append(time.monotonic() - t0)
 else:
-    c = ModbusSerialClient(port=target, method="rtu" if protocol == "RTU" else "ascii", baudrate=int(sys.argv[6]),
-                           timeout=1)
+    # pymodbus 3 takes the framing as a framer class; its "method" is no longer read.
+    from pymodbus.framer.ascii_framer import ModbusAsciiFramer
+    from pymodbus.framer.rtu_framer import ModbusRtuFramer
+    c = ModbusSerialClient(port=target, framer=ModbusRtuFramer if protocol == "RTU" else ModbusAsciiFramer,
+                           baudrate=int(sys.argv[6]), timeout=1)
     c.connect()
     for _ in range(rounds):
         t0 = time.monotonic()
