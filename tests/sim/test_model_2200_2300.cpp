@@ -22,7 +22,6 @@ std::unique_ptr<Chamber> Make(const char* model, std::vector<int> decimals) {
     return chamber;
 }
 
-
 // A block read, the words as unsigned 16-bit values.
 std::vector<uint16_t> Read(Chamber& c, int reg, int count) {
     const QByteArray reply = c.handlePdu(QByteArray::fromHex(QString::asprintf("03%04X%04X", reg, count).toLatin1()));
@@ -83,23 +82,6 @@ void SaveRoomProgram4(Chamber& c, int defrostType) {
 
 }  // namespace
 
-// Guards the model table and the option that names a model: channel counts and decimals per channel.
-TEST(Model2200And2300, ModelTableAndChamberOption) {
-    EXPECT_TRUE(KnownModels().contains("QEL2200") && KnownModels().contains("QEL2300"));
-    EXPECT_EQ(ModelChannels("QEL2200"), 2);
-    EXPECT_EQ(ModelChannels("qel2300"), 3);
-    EXPECT_EQ(Make("QEL2300", {})->channelCount(), 3);
-    Options o;
-    QString error;
-    ASSERT_TRUE(ParseOptions({"--chamber", "1:qel2300:1,0,2", "--chamber", "2:QEL2200:0"}, &o, &error)) << error.toStdString();
-    EXPECT_EQ(o.chambers[0].model, QStringLiteral("QEL2300"));
-    EXPECT_EQ(o.chambers[0].decimals, (std::vector<int>{1, 0, 2}));
-    Options bad;
-    EXPECT_FALSE(ParseOptions({"--chamber", "1:QEL2200:1,0,2"}, &bad, &error)) << "a third DP for two channels";
-    EXPECT_TRUE(error.contains("2 channel(s)")) << error.toStdString();
-    EXPECT_TRUE(HelpText().contains("QEL2300") && HelpText().contains("DP3"));
-}
-
 // Guards the QEL2200 live map in a fixed run: each channel scaled by its own DP, one
 // whole-register status, run time, end date, the key register a pulse.
 TEST(Model2200And2300, Qel2200FixedRunMap) {
@@ -148,41 +130,6 @@ TEST(Model2200And2300, Qel2200FixedRunMap) {
     EXPECT_EQ(Reg(*c, 0x0048), 1) << "UserKeyState toggled on by key 5";
     Send(*c, {"0605160005"});
     EXPECT_EQ(Reg(*c, 0x0048), 0);
-}
-
-// Guards the QEL2200 pattern window: a save as the station writes it, read back through
-// load commands and block reads; the pattern's own segment count; clear and bad commands.
-TEST(Model2200And2300, Qel2200PatternWindow) {
-    auto c = Make("QEL2200", {1, 0});
-    SavePattern3(*c);
-    Send(*c, {"06051A0001", "06051F0002"});
-    EXPECT_EQ(Reg(*c, 0x001D), 2) << "the header, with the controller's own segment count, comes with any load";
-    Send(*c, {"0605190003", "06051A0000", "06051F0002"});
-    EXPECT_EQ(Read(*c, 0x001D, 82).at(0), 2) << "segment count";
-    EXPECT_EQ(Read(*c, 0x001E, 3), (std::vector<uint16_t>{0, 0x00FA, 0x0032})) << "StartType, StartSP, StartSP2";
-    const std::vector<uint16_t> noSignals(8, 0);
-    const std::vector<uint16_t> seg[2] = {{0x01F4, 0x0050, 1, 1800}, {0xFF9C, 0x003C, 2, 0}};
-    for (int i = 0; i < 2; ++i) {
-        Send(*c, {i == 0 ? "06051A0001" : "06051A0002", "06051F0002"});
-        const std::vector<uint16_t> w = Read(*c, 0x0530, 82);
-        EXPECT_EQ(std::vector<uint16_t>(w.begin(), w.begin() + 4), seg[i]) << "SegSP, SegSP2, hours, remainder";
-        EXPECT_EQ(std::vector<uint16_t>(w.begin() + 4, w.begin() + 12), noSignals);
-        EXPECT_EQ(w[12], 1) << "SegUse";
-    }
-    Send(*c, {"10051900070E0003000000010001000100010002"});  // pattern level, command 2
-    EXPECT_EQ(Read(*c, 0x0021, 15), (std::vector<uint16_t>{2, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}))
-        << "PatternRepeat, ChannelRepeat, EndMode, loop rows";
-
-    // Bad input: an unknown command changes nothing; an empty pattern loads as zero
-    // segments; a range the wrong way round clears nothing.
-    Send(*c, {"06051F0007"});
-    EXPECT_EQ(Reg(*c, 0x0021), 2);
-    Send(*c, {"0605190009", "06051F0002"});
-    EXPECT_EQ(Read(*c, 0x001D, 4), (std::vector<uint16_t>{0, 0, 0, 0}));
-    Send(*c, {"10051D000306000400020005", "0605190003", "06051F0002"});
-    EXPECT_EQ(Reg(*c, 0x001D), 2) << "still stored";
-    Send(*c, {"10051D000306000300030005", "06051F0002"});
-    EXPECT_EQ(Reg(*c, 0x001D), 0) << "cleared";
 }
 
 // Guards a stored QEL2200 pattern running as stored: both set points per segment, the
@@ -244,35 +191,6 @@ TEST(Model2200And2300, Qel2200FrozenStoresKeys) {
     c->step(Start.addSecs(60));
     EXPECT_EQ(Reg(*c, 0x0516), 1);
     EXPECT_EQ(Reg(*c, 0x0043), 0);
-}
-
-// Guards the QEL2300 room program: a save as the station writes it, read back in one
-// 82-register block; a load of another pattern really replaces the block; clearing.
-TEST(Model2200And2300, Qel2300RoomProgramWindow) {
-    auto c = Make("QEL2300", {1, 0, 2});
-    SaveRoomProgram4(*c, 2);
-    const std::vector<uint16_t> stored = {
-        2, 0, 2, 1, 1,                // PatternRepeat, EndMode2300, DefrostType, HiRoomMode, LoRoomMode
-        0, 0, 0,                      // DefrostPeriod, DefrostTime, DefrostTemp
-        0x05DC, 0x0019, 0xF060,       // SegSP Hi 150.0, Ex 25, Lo -40.00
-        1, 0, 0, 900, 0, 1800,        // room times: hours, 60m + s
-        0x0640, 0, 0xEC78,            // SegSP2 160.0, Ex always 0, -50.00
-        1, 2, 3, 4, 5, 6, 7, 8,       // Hi time signals
-        9, 9, 9, 9, 9, 9, 9, 9,       // Ex
-        0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18,  // Lo
-    };
-    Send(*c, {"0608FC0005", "0609020002"});
-    EXPECT_EQ(Read(*c, 0x0918, 44), std::vector<uint16_t>(44, 0)) << "pattern 5 holds nothing";
-    Send(*c, {"0608FC0004", "0609020002"});
-    const std::vector<uint16_t> block = Read(*c, 0x0918, 82);
-    ASSERT_EQ(block.size(), 82u);
-    EXPECT_EQ(std::vector<uint16_t>(block.begin(), block.begin() + 44), stored);
-
-    Send(*c, {"0609020009", "100900000306000500040005"});  // unknown command; range 5..4
-    Send(*c, {"0609020002"});
-    EXPECT_EQ(Reg(*c, 0x0920), 0x05DC) << "neither cleared anything";
-    Send(*c, {"100900000306000400040005", "0609020002"});
-    EXPECT_EQ(Read(*c, 0x0918, 3), (std::vector<uint16_t>{0, 0, 0})) << "cleared";
 }
 
 // Guards a QEL2300 run of a stored program: rooms Hi, Ex (only with defrost type 2 or

@@ -24,7 +24,6 @@ std::unique_ptr<Chamber> Make() {
     return chamber;
 }
 
-
 // A block read; head is the function code and byte count the station expects.
 std::vector<uint16_t> Read(Chamber& c, int reg, int count, uint8_t byteCount) {
     const QByteArray reply = c.handlePdu(QByteArray::fromHex(QString::asprintf("03%04X%04X", reg, count).toLatin1()));
@@ -38,7 +37,6 @@ std::vector<uint16_t> Read(Chamber& c, int reg, int count, uint8_t byteCount) {
                                               static_cast<uint8_t>(reply[3 + 2 * i])));
     return words;
 }
-std::vector<uint16_t> Read82(Chamber& c, int reg) { return Read(c, reg, 0x52, 0xA4); }
 
 // One poll cycle as the station makes it: 0x0002 x 115, 0x0087 x 15, 0x00C8 x 130
 // (whose byte count 260 goes out as 0x04); register -> value.
@@ -116,52 +114,7 @@ void SavePattern4Channel1(Chamber& c) {
              "1001BC000C18" "000000000000000000000000000000000000000000000000", "0601960003"});
 }
 
-// What the station's read of a pattern gets back, word by word.
-struct PatternRead {
-    uint16_t count = 0;
-    std::vector<uint16_t> header;                 // from 0x0199: StartType, StartSP of index 0..2
-    std::vector<std::vector<uint16_t>> segments;  // 21 words each from 0x019D
-    std::vector<uint16_t> tail;                   // 17 words from 0x01B7
-};
-
-// The station's read: select channel and pattern (the segment register keeps what it
-// had), load, count, header, then per segment select, load and read the window; the
-// tail last, with no command of its own.
-PatternRead StationRead(Chamber& c, int channelIndex, int pattern) {
-    PatternRead r;
-    Send(c, QString::asprintf("10018F000204%04X%04X", channelIndex, pattern).toLatin1());
-    Send(c, "0601960002");
-    r.count = Read82(c, 0x0221)[0];
-    const std::vector<uint16_t> h = Read82(c, 0x0199);
-    r.header.assign(h.begin(), h.begin() + 4);
-    for (int i = 1; i <= r.count && i <= 100; ++i) {
-        Send(c, QString::asprintf("060191%04X", i).toLatin1());
-        Send(c, "0601960002");
-        const std::vector<uint16_t> w = Read82(c, 0x019D);
-        r.segments.emplace_back(w.begin(), w.begin() + 21);
-    }
-    const std::vector<uint16_t> t = Read82(c, 0x01B7);
-    r.tail.assign(t.begin(), t.begin() + 17);
-    return r;
-}
-
-std::vector<uint16_t> Slice(const std::vector<uint16_t>& w, int from, int count) {
-    return std::vector<uint16_t>(w.begin() + from, w.begin() + from + count);
-}
-
 }  // namespace
-
-// Guards the model table, the option that names the model and the help text.
-TEST(Model2400, ModelTableAndChamberOption) {
-    EXPECT_TRUE(KnownModels().contains("QEL2400"));
-    EXPECT_EQ(ModelChannels("qel2400"), 3);
-    EXPECT_EQ(Make()->channelCount(), 3);
-    Options o;
-    QString error;
-    ASSERT_TRUE(ParseOptions({"--chamber", "3:QEL2400:1,0,2"}, &o, &error)) << error.toStdString();
-    EXPECT_EQ(o.chambers[0].decimals, (std::vector<int>{1, 0, 2}));
-    EXPECT_TRUE(HelpText().contains("QEL2400"));
-}
 
 // Guards the poll map with three channels in three states at once (fixed run, program
 // run, stopped): each value at its register, scaled by its own channel's DP, whole-register
@@ -270,69 +223,6 @@ TEST(Model2400, KeysActOnTheirChannelOnly) {
     Send(*c, {"100225000C18" "0000000A00000000" "0000000000000000" "0001000500000000", "0600660001"});
     c->step(Start.addSecs(900 + 9000));
     EXPECT_EQ(Poll(*c).at(0x0029), 65) << "program run and wait bit 64";
-}
-
-// Guards the pattern window: saves as the station writes them, read back as the station
-// reads them: count and header with every load, each segment's window (aux values read
-// from the registers after the written ones), the tail after the last segment's load,
-// and patterns kept per channel under the same number.
-TEST(Model2400, PatternWindowRoundTrip) {
-    auto c = Make();
-    SavePattern4Channel3(*c);
-    SavePattern4Channel1(*c);
-
-    const PatternRead one = StationRead(*c, 0, 4);
-    EXPECT_EQ(one.count, 1);
-    EXPECT_EQ(one.header.at(0), 0) << "StartType";
-    EXPECT_EQ(one.header.at(1), 0x00C8) << "StartSP of index 0: 20.0";
-    ASSERT_EQ(one.segments.size(), 1u);
-    EXPECT_EQ(Slice(one.segments[0], 0, 3), (std::vector<uint16_t>{0x01F4, 1, 1800}));
-    EXPECT_EQ(one.tail.at(0), 5) << "PatternRepeat";
-    EXPECT_EQ(one.tail.at(2), 1) << "ChannelRepeat of index 0";
-
-    // The read of channel 3 starts with the segment register left at 1 by the read before:
-    // the first load is a segment's, and still the header and tail are this pattern's.
-    const PatternRead three = StationRead(*c, 2, 4);
-    EXPECT_EQ(three.count, 2) << "the controller's own count";
-    EXPECT_EQ(three.header.at(0), 1) << "StartType";
-    EXPECT_EQ(three.header.at(3), 0x09C4) << "StartSP of index 2: 25.00";
-    ASSERT_EQ(three.segments.size(), 2u);
-    const std::vector<uint16_t>& s1 = three.segments[0];
-    EXPECT_EQ(Slice(s1, 0, 3), (std::vector<uint16_t>{0xF060, 2, 1800})) << "SegSP -40.00, hours as stored, rest";
-    EXPECT_EQ(Slice(s1, 3, 8), (std::vector<uint16_t>{1, 2, 3, 4, 5, 6, 7, 8})) << "signals";
-    EXPECT_EQ(Slice(s1, 15, 4), (std::vector<uint16_t>{0x11, 0x12, 0x13, 0x14})) << "aux, read from 0x01AC";
-    EXPECT_EQ(s1.at(20), 1) << "SegUse";
-    const std::vector<uint16_t>& s2 = three.segments[1];
-    EXPECT_EQ(Slice(s2, 0, 3), (std::vector<uint16_t>{0x0BB8, 1, 0})) << "a 0 s segment: hours 1";
-    EXPECT_EQ(Slice(s2, 3, 16), std::vector<uint16_t>(16, 0)) << "signals and aux replaced by segment 2's";
-    EXPECT_EQ(s2.at(20), 0) << "SegUse";
-    EXPECT_EQ(three.tail, (std::vector<uint16_t>{3, 1, 0, 0, 2, 1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0}))
-        << "PatternRepeat, EndMode, ChannelRepeat x 3, loop rows";
-}
-
-// Guards bad and odd input on the pattern window: an unknown command, a range the wrong
-// way round, a segment past the end, a pattern never stored, and a clear of one channel's
-// range leaving the same pattern number of another channel.
-TEST(Model2400, PatternWindowBadInputAndClear) {
-    auto c = Make();
-    SavePattern4Channel3(*c);
-    SavePattern4Channel1(*c);
-    Send(*c, {"10018F000306000200040001", "0601960007"});  // channel index 2, pattern 4, segment 1; unknown command
-    EXPECT_EQ(Read82(*c, 0x019D)[0], 0x01F4) << "nothing loaded: the window keeps the last save's segment";
-    Send(*c, {"0601910009", "0601960002"});
-    EXPECT_EQ(Slice(Read82(*c, 0x019D), 0, 3), (std::vector<uint16_t>{0, 0, 0})) << "segment 9 is empty";
-    EXPECT_EQ(Read82(*c, 0x0221)[0], 2);
-    EXPECT_EQ(Read82(*c, 0x01B7)[0], 3) << "the tail comes with it";
-    Send(*c, {"10018F000306000200070000", "0601960002"});
-    EXPECT_EQ(Read82(*c, 0x0221)[0], 0) << "pattern 7 holds nothing";
-    EXPECT_EQ(Slice(Read82(*c, 0x0199), 0, 4), (std::vector<uint16_t>{0, 0, 0, 0}));
-
-    Send(*c, {"100194000306000500040005"});  // clear 5..4: nothing
-    EXPECT_EQ(StationRead(*c, 2, 4).count, 2);
-    Send(*c, {"06018F0002", "100194000306000400040005"});  // clear pattern 4 of index 2
-    EXPECT_EQ(StationRead(*c, 2, 4).count, 0);
-    EXPECT_EQ(StationRead(*c, 2, 4).tail.at(0), 0) << "the tail went with it";
-    EXPECT_EQ(StationRead(*c, 0, 4).count, 1) << "pattern 4 of index 0 is kept";
 }
 
 // Guards a run of a stored pattern on channel 3: its segments (hours x 3600 + remainder),
