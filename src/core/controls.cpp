@@ -10,44 +10,68 @@ QString Indexed(const QString& name, int index) { return name + u'(' + QString::
 
 const Control& ControlSet::get(const QString& name) const {
     const auto it = controls_.constFind(name);
-    return it == controls_.constEnd() ? kDefault : *it;
+    return it == controls_.constEnd() ? kDefault : it->control;
 }
 
-Control& ControlSet::slot(const QString& name) { return controls_[name]; }
+bool ControlSet::has(const QString& name) const {
+    const auto it = controls_.constFind(name);
+    return it != controls_.constEnd() && it->shown;
+}
+
+QStringList ControlSet::names() const {
+    QStringList out;
+    for (auto it = controls_.cbegin(); it != controls_.cend(); ++it)
+        if (it->shown) out.append(it.key());
+    return out;
+}
+
+ControlSet::Entry& ControlSet::slot(const QString& name) {
+    Entry& e = controls_[name];
+    e.shown = true;
+    return e;
+}
 
 void ControlSet::touched() { ++revision_; }
 
+// The mirrors are copied before following them: a mirror's target may be
+// new to the table, and adding it can move the entries.
 void ControlSet::setCaption(const QString& name, const QString& caption) {
-    Control& c = slot(name);
-    if (c.caption != caption) {
-        c.caption = caption;
+    Entry& e = slot(name);
+    if (e.control.caption != caption) {
+        e.control.caption = caption;
         touched();
     }
-    for (const Mirror& m : mirrors_.value(name)) setCaption(m.target, caption);
+    if (e.mirrors.isEmpty()) return;
+    const QList<Mirror> mirrors = e.mirrors;
+    for (const Mirror& m : mirrors) setCaption(m.target, caption);
 }
 
 void ControlSet::setFore(const QString& name, Color color) {
-    Control& c = slot(name);
-    if (!(c.fore == color)) {
-        c.fore = color;
+    Entry& e = slot(name);
+    if (!(e.control.fore == color)) {
+        e.control.fore = color;
         touched();
     }
-    for (const Mirror& m : mirrors_.value(name))
+    if (e.mirrors.isEmpty()) return;
+    const QList<Mirror> mirrors = e.mirrors;
+    for (const Mirror& m : mirrors)
         if (m.fore) setFore(m.target, color);
 }
 
 void ControlSet::setBack(const QString& name, Color color) {
-    Control& c = slot(name);
-    if (!(c.back == color)) {
-        c.back = color;
+    Entry& e = slot(name);
+    if (!(e.control.back == color)) {
+        e.control.back = color;
         touched();
     }
-    for (const Mirror& m : mirrors_.value(name))
+    if (e.mirrors.isEmpty()) return;
+    const QList<Mirror> mirrors = e.mirrors;
+    for (const Mirror& m : mirrors)
         if (m.back) setBack(m.target, color);
 }
 
 void ControlSet::setVisible(const QString& name, bool visible) {
-    Control& c = slot(name);
+    Control& c = slot(name).control;
     if (c.visible != visible) {
         c.visible = visible;
         touched();
@@ -55,18 +79,17 @@ void ControlSet::setVisible(const QString& name, bool visible) {
 }
 
 void ControlSet::setValue(const QString& name, bool value) {
-    Control& c = slot(name);
+    Control& c = slot(name).control;
     if (c.value != value) {
         c.value = value;
         touched();
     }
 }
 
-void ControlSet::addMirror(const QString& source, const Mirror& mirror) { mirrors_[source].append(mirror); }
+void ControlSet::addMirror(const QString& source, const Mirror& mirror) { controls_[source].mirrors.append(mirror); }
 
 void ControlSet::clear() {
     controls_.clear();
-    mirrors_.clear();
     touched();
 }
 

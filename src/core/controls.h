@@ -69,7 +69,7 @@ class ControlSet {
 public:
     // The control; an unknown name is created with the defaults.
     const Control& get(const QString& name) const;
-    bool has(const QString& name) const { return controls_.contains(name); }
+    bool has(const QString& name) const;
 
     // Each setter copies along the control's mirrors, and counts a change
     // only when something differs.
@@ -84,15 +84,21 @@ public:
 
     // Goes up by one with every change: a view repaints only when it moved.
     uint64_t revision() const { return revision_; }
-    QStringList names() const { return controls_.keys(); }
+    QStringList names() const;
     void clear();
 
 private:
-    Control& slot(const QString& name);
+    // A control and the controls its changes are copied to, under one name,
+    // so that a setter finds both with one look-up.
+    struct Entry {
+        Control control;
+        QList<Mirror> mirrors;
+        bool shown = false;  // known as a control, not only as a mirror's source
+    };
+    Entry& slot(const QString& name);
     void touched();
 
-    QHash<QString, Control> controls_;
-    QHash<QString, QList<Mirror>> mirrors_;
+    QHash<QString, Entry> controls_;
     uint64_t revision_ = 0;
 };
 

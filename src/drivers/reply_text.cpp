@@ -2,6 +2,8 @@
 
 #include "vbtext.h"
 
+#include <algorithm>
+
 namespace qel {
 
 namespace {
@@ -31,6 +33,13 @@ int16_t LowByteAt(const QString& reply, int first, int reg) {
 }
 
 double Scaled(int16_t raw, const QString& dp) {
+    // Places given as zeros only (the form the settings make): the formatted
+    // text holds raw's own digits, and reading them back gives the double
+    // nearest raw / 10^places, which is what the division gives.
+    if (dp.size() <= 9 && std::all_of(dp.begin(), dp.end(), [](QChar c) { return c == u'0'; })) {
+        static constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+        return raw / kPowers[dp.size()];
+    }
     const double divisor = Val(QStringLiteral("1") + dp);
     return Val(Format(raw / divisor, QStringLiteral("##0.") + dp));
 }
