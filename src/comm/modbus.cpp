@@ -20,17 +20,34 @@ int16_t CrcHi = 0;
 
 namespace {
 
+int HexDigit(char16_t c) {
+    return c >= u'0' && c <= u'9' ? c - u'0' : c >= u'A' && c <= u'F' ? c - u'A' + 10 : c >= u'a' && c <= u'f' ? c - u'a' + 10 : -1;
+}
+
 QByteArray HexPairs(const QString& text) {
     QByteArray out;
     out.reserve(text.size() / 2 + 2);
-    for (int i = 1; i + 1 <= text.size(); i += 2)
-        out.append(static_cast<char>(static_cast<int>(Val(QStringLiteral("&H") + Mid(text, i, 2))) & 0xFF));
+    for (int i = 1; i + 1 <= text.size(); i += 2) {
+        // Two hex digits are read directly; anything else the way Val reads "&H" text.
+        const int hi = HexDigit(text[i - 1].unicode()), lo = HexDigit(text[i].unicode());
+        const int byte = hi >= 0 && lo >= 0 ? hi << 4 | lo : static_cast<int>(Val(QStringLiteral("&H") + Mid(text, i, 2)));
+        out.append(static_cast<char>(byte & 0xFF));
+    }
     return out;
 }
 
 QString Hex2(int v) { return QString::number(v & 0xFF, 16).toUpper().rightJustified(2, u'0'); }
 
-QString ToHexText(const QByteArray& bytes) { return QString::fromLatin1(bytes.toHex().toUpper()); }
+QString ToHexText(const QByteArray& bytes) {
+    static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    QString out(bytes.size() * 2, Qt::Uninitialized);
+    QChar* d = out.data();
+    for (const char b : bytes) {
+        *d++ = QChar(kDigits[static_cast<uint8_t>(b) >> 4]);
+        *d++ = QChar(kDigits[static_cast<uint8_t>(b) & 0xF]);
+    }
+    return out;
+}
 
 int64_t SinceLastTick() { return std::abs(static_cast<int64_t>(AbsTickCount()) - LastTick); }
 

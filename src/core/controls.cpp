@@ -6,7 +6,26 @@ namespace {
 const Control kDefault{};
 }
 
-QString Indexed(const QString& name, int index) { return name + u'(' + QString::number(index) + u')'; }
+void AppendIndex(QString& out, int index) {
+    out.append(u'(');
+    if (index >= 0 && index < 1000) {
+        // Pages name their controls on every refresh: small indexes without a temporary string.
+        if (index >= 100) out.append(QChar(u'0' + index / 100));
+        if (index >= 10) out.append(QChar(u'0' + index / 10 % 10));
+        out.append(QChar(u'0' + index % 10));
+    } else {
+        out.append(QString::number(index));
+    }
+    out.append(u')');
+}
+
+QString Indexed(const QString& name, int index) {
+    QString out;
+    out.reserve(name.size() + 8);
+    out.append(name);
+    AppendIndex(out, index);
+    return out;
+}
 
 const Control& ControlSet::get(const QString& name) const {
     const auto it = controls_.constFind(name);

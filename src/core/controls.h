@@ -104,5 +104,7 @@ private:
 
 // "PV2000" and 1 give "PV2000(1)".
 QString Indexed(const QString& name, int index);
+// Appends "(index)" to out.
+void AppendIndex(QString& out, int index);
 
 }  // namespace qel

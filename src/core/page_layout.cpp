@@ -40,11 +40,21 @@ int ChannelsOf(Layout layout) {
     return 0;
 }
 
-QString Name(Layout layout, const QString& base, int ch) {
-    return layout == Layout::Family ? Indexed(base + Suffix(layout), ch) : base + Suffix(layout);
+namespace {
+// base, the layout's suffix and, when indexed, "(ch)", built in one string.
+QString Named(Layout layout, const QString& base, int ch, bool indexed) {
+    const QString suffix = Suffix(layout);
+    QString out;
+    out.reserve(base.size() + suffix.size() + 8);
+    out.append(base).append(suffix);
+    if (indexed) AppendIndex(out, ch);
+    return out;
 }
+}  // namespace
 
-QString ValueName(Layout layout, const QString& base, int ch) { return Indexed(base + Suffix(layout), ch); }
+QString Name(Layout layout, const QString& base, int ch) { return Named(layout, base, ch, layout == Layout::Family); }
+
+QString ValueName(Layout layout, const QString& base, int ch) { return Named(layout, base, ch, true); }
 
 QString LampSetName(Layout layout, int set) {
     if (layout == Layout::Family) {

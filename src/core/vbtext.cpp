@@ -1,5 +1,6 @@
 #include "vbtext.h"
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <cstdio>
@@ -68,7 +69,34 @@ namespace {
 
 // Decimal digits of |value| rounded half away from zero to `places` places,
 // from its 15 significant digits (so 2.675 rounds to 2.68 as people expect).
+std::string RoundedDigitsSlow(double value, int places, int& intDigits);
+
+// The same digits by integer arithmetic, for the values a screen shows: a
+// few places, fewer than twelve digits, and not so near a half that the
+// fifteen significant digits could decide otherwise.
+bool RoundedDigitsFast(double value, int places, int& intDigits, std::string& digits) {
+    static constexpr double kPowers[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+    if (places < 0 || places > 9 || !std::isfinite(value)) return false;
+    const double x = std::fabs(value) * kPowers[places];
+    if (x >= 1e12) return false;
+    const double whole = std::floor(x);
+    const double frac = x - whole;
+    if (std::fabs(frac - 0.5) <= 1e-13 * std::max(x, 1.0)) return false;
+    const auto n = static_cast<unsigned long long>(whole) + (frac > 0.5 ? 1 : 0);
+    digits = std::to_string(n);
+    if (static_cast<int>(digits.size()) < places + 1)
+        digits.insert(0, static_cast<size_t>(places + 1) - digits.size(), '0');
+    intDigits = static_cast<int>(digits.size()) - places;
+    return true;
+}
+
 std::string RoundedDigits(double value, int places, int& intDigits) {
+    std::string digits;
+    if (RoundedDigitsFast(value, places, intDigits, digits)) return digits;
+    return RoundedDigitsSlow(value, places, intDigits);
+}
+
+std::string RoundedDigitsSlow(double value, int places, int& intDigits) {
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
     std::string mant;
@@ -236,6 +264,9 @@ QDateTime ParseTimeText(const QString& text) {
     if (const auto fast = CanonicalTime(QStringView(text).trimmed())) return *fast;
     QString t = text.trimmed();
     t.replace(u'/', u'-');
+    // Both forms need their separators; without them Qt's parser would only
+    // spend its time finding that out ("0", the start value, costs it a millisecond).
+    if (t.count(u'-') < 2 || !t.contains(u':') || !t.contains(u' ')) return QDateTime();
     QDateTime dt = QDateTime::fromString(t, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
     if (!dt.isValid()) dt = QDateTime::fromString(t, QStringLiteral("yyyy-MM-dd HH:mm"));
     return dt;
