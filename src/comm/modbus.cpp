@@ -321,6 +321,18 @@ QString ModbusLRC(int address, const QString& body) {
 }
 
 QString AddressDigits(int16_t chamber) {
+    // A plain decimal address (the form the settings hold) is turned into its
+    // two hex digits here; anything else goes the long way, with its error-log line.
+    const QString& text = ChamberAddress[std::clamp<int>(chamber, 1, kMaxChambers) - 1];
+    if (chamber >= 1 && chamber <= kMaxChambers && !text.isEmpty() && text.size() <= 3 &&
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; })) {
+        const int v = text.toInt();
+        if (v <= 255) {
+            static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+            const QChar pair[2] = {QChar(kDigits[v >> 4]), QChar(kDigits[v & 0xF])};
+            return QString(pair, 2);
+        }
+    }
     return Dec2Hex(static_cast<float>(Val(ChamberAddress[ChamberIndex(chamber)])), 0, chamber).right(2);
 }
 

@@ -272,6 +272,9 @@ QDateTime ParseTimeText(const QString& text) {
     return dt;
 }
 
-QDateTime UnsetDate() { return QDateTime(QDate(1970, 1, 1), QTime(0, 0)); }
+QDateTime UnsetDate() {
+    static const QDateTime unset(QDate(1970, 1, 1), QTime(0, 0));  // made once: every poll asks for it
+    return unset;
+}
 
 }  // namespace qel
