@@ -104,6 +104,7 @@ Bus::Reply Bus::request(int address, const QByteArray& pdu, Framing framing, Rep
     const QByteArray answer = reply.mode == FaultMode::Exception
                                   ? ExceptionPdu(static_cast<uint8_t>(pdu[0]), Chamber::DeviceFailure)
                                   : slot.chamber->handlePdu(pdu);
+    if (tap_) tap_(address, pdu, answer, reply.mode);
     if (answer.isEmpty() || reply.mode == FaultMode::Silent || reply.mode == FaultMode::Babble) return reply;
     reply.bytes = WireReply(framing, head, answer, reply.mode, slot.rng);
     if (reply.mode == FaultMode::Delay) reply.delayMs = slot.fault.delayMs;

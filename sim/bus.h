@@ -60,6 +60,12 @@ public:
     // n bytes of a babbling chamber's stream, from its own generator.
     QByteArray babble(int address, Framing framing, int n);
 
+    // Called with every request a chamber on the line answered, its answer
+    // as the chamber made it and the fault it drew (which may spoil what goes
+    // on the line): a test's record of what was served.
+    using Tap = std::function<void(int address, const QByteArray& request, const QByteArray& answer, FaultMode mode)>;
+    void setTap(Tap tap) { tap_ = std::move(tap); }
+
     // Exchange trace for --verbose; empty function: no trace.
     void setTrace(std::function<void(const QString&)> trace) { trace_ = std::move(trace); }
     void trace(const QString& line) const {
@@ -78,6 +84,7 @@ private:
         uint64_t rng = 1;  // the chamber's own, so that its draws do not hang on the other chambers' traffic
     };
     NowFunction now_;
+    Tap tap_;
     uint64_t seed_;
     std::map<int, Slot> slots_;
     std::function<void(const QString&)> trace_;
