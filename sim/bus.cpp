@@ -12,6 +12,7 @@ constexpr FaultMode MixedModes[] = {
     FaultMode::Exception, FaultMode::Delay,    FaultMode::Garbage,  FaultMode::Twice,
     FaultMode::WrongAddr, FaultMode::WrongTid, FaultMode::WrongPid, FaultMode::WrongFunc,
     FaultMode::BadCount,  FaultMode::Header,   FaultMode::Huge,     FaultMode::Drop,
+    FaultMode::Noise,
 };
 constexpr uint32_t MixedCount = sizeof MixedModes / sizeof MixedModes[0];
 

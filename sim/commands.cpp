@@ -73,6 +73,7 @@ QString CommandHelp() {
         "                         TCP: MBAP header, unit, function, byte count, length 3\n"
         "  huge ADDR|*            a 64 KiB reply: the reply's bytes, zero filler, valid checksum;\n"
         "                         TCP: length field 0xFFFF and as many bytes behind it\n"
+        "  noise ADDR|*           a few bytes of junk on the line (ASCII: hex digits), then the reply\n"
         "  babble ADDR|*          from the next request on, no replies but an endless stream of junk\n"
         "                         (ASCII: hex digits) until another mode is set or the peer goes away\n"
         "  drop ADDR|*            TCP: the first half of the reply, then the connection is closed;\n"
@@ -93,6 +94,8 @@ QString CommandHelp() {
         "  thaw ADDR|*            live again\n"
         "  stop ADDR|*            take the chamber off the line (TCP: stop listening)\n"
         "  start ADDR|*           put it back\n"
+        "  hangup                 serial: the line goes dead and comes back on a new pseudo-terminal\n"
+        "                         (--link follows it): \"ok NEWPATH\"\n"
         "  help                   this list\n"
         "  quit                   end qelsim\n"
         "Each command answers one line: \"ok ...\" or \"error: ...\".\n");

@@ -16,7 +16,8 @@ constexpr Name Names[] = {
     {FaultMode::Delay, "delay"},         {FaultMode::Garbage, "garbage"},   {FaultMode::Twice, "twice"},
     {FaultMode::WrongAddr, "wrongaddr"}, {FaultMode::WrongTid, "wrongtid"}, {FaultMode::WrongPid, "wrongpid"},
     {FaultMode::WrongFunc, "wrongfunc"}, {FaultMode::BadCount, "badcount"}, {FaultMode::Header, "header"},
-    {FaultMode::Huge, "huge"},           {FaultMode::Babble, "babble"},     {FaultMode::Drop, "drop"},
+    {FaultMode::Huge, "huge"},           {FaultMode::Noise, "noise"},       {FaultMode::Babble, "babble"},
+    {FaultMode::Drop, "drop"},
     {FaultMode::Mixed, "mixed"},
 };
 
@@ -148,6 +149,8 @@ QByteArray WireReply(Framing framing, ReplyHead head, QByteArray pdu, FaultMode 
             return out;
         case FaultMode::Twice:
             return out + out;
+        case FaultMode::Noise:
+            return BabbleBytes(framing, 1 + static_cast<int>(NextRandom(rng) % 8), rng) + out;
         default:
             return out;
     }

@@ -26,6 +26,7 @@ enum class FaultMode {
     BadCount,   // the byte after the function code (a read's byte count) one less, checksum valid
     Header,     // only address, function and byte count, checksum valid (TCP: MBAP header, unit, both)
     Huge,       // a 64 KiB reply: the reply's bytes, zero filler and a valid checksum (TCP: length 0xFFFF)
+    Noise,      // junk on the line first (a few bytes; ASCII: without ':'), then the proper frame
     Babble,     // no reply, but an endless stream of junk until the fault ends or the peer goes away
     Drop,       // the first half of the reply, then TCP closes the connection (serial: as Short)
     Mixed,      // each request draws one of the modes above but Babble, Normal included
@@ -41,7 +42,8 @@ enum class Framing { Rtu, Ascii, Tcp };
 
 // Names as the command line and stdin use them: normal, silent, badcrc
 // (also badlrc), short, exception, delay, garbage, twice, wrongaddr,
-// wrongtid, wrongpid, wrongfunc, badcount, header, huge, babble, drop, mixed.
+// wrongtid, wrongpid, wrongfunc, badcount, header, huge, noise, babble, drop,
+// mixed.
 std::optional<FaultMode> ParseFaultMode(const QString& name);
 QString FaultName(FaultMode mode);
 

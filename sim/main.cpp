@@ -46,7 +46,8 @@ void Complain(const QString& line) {
 // end of stdin qelsim goes on serving; it ends on "quit" or a signal.
 class StdinReader : public QObject {
 public:
-    StdinReader(Bus& bus, QObject* parent) : QObject(parent), bus_(bus), notifier_(0, QSocketNotifier::Read) {
+    StdinReader(Bus& bus, const std::unique_ptr<PtyPort>& pty, QObject* parent)
+        : QObject(parent), bus_(bus), pty_(pty), notifier_(0, QSocketNotifier::Read) {
         connect(&notifier_, &QSocketNotifier::activated, this, [this] { read(); });
     }
 
@@ -63,7 +64,7 @@ private:
         while ((eol = pending_.indexOf('\n')) >= 0) {
             const QString line = QString::fromLocal8Bit(pending_.left(eol));
             pending_.remove(0, eol + 1);
-            const CommandResult r = RunCommand(bus_, line);
+            const CommandResult r = line.simplified() == "hangup" ? HangUp() : RunCommand(bus_, line);
             if (!r.reply.isEmpty()) Say(r.reply);
             if (r.quit) {
                 QCoreApplication::quit();
@@ -72,7 +73,16 @@ private:
         }
     }
 
+    // The one command about the line rather than the chambers.
+    CommandResult HangUp() {
+        QString error;
+        if (!pty_) return {"error: hangup is for a serial line", false};
+        if (!pty_->hangUp(&error)) return {"error: " + error, false};
+        return {"ok " + pty_->slavePath(), false};
+    }
+
     Bus& bus_;
+    const std::unique_ptr<PtyPort>& pty_;
     QSocketNotifier notifier_;
     QByteArray pending_;
 };
@@ -183,7 +193,7 @@ int main(int argc, char** argv) {
     }
     std::signal(SIGPIPE, SIG_IGN);
 
-    StdinReader stdinReader(bus, &app);
+    StdinReader stdinReader(bus, pty, &app);
     Say("ready");
     return app.exec();
 }

@@ -85,6 +85,19 @@ bool PtyPort::makeLink(const QString& path, QString* error) {
     return true;
 }
 
+bool PtyPort::hangUp(QString* error) {
+    if (closes_ >= 0) ::close(closes_);
+    if (master_ >= 0) ::close(master_);
+    closes_ = master_ = -1;
+    out_.clear();
+    peerPresent_ = false;
+    emit hungUp();
+    if (!open(error)) return false;
+    const QString link = link_;
+    link_.clear();
+    return link.isEmpty() || makeLink(link, error);
+}
+
 void PtyPort::write(const QByteArray& bytes) {
     out_.append(bytes);
     flushOut();

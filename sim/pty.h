@@ -30,6 +30,11 @@ public:
     // replaced, any other file is left alone and the call fails.
     bool makeLink(const QString& path, QString* error);
 
+    // The line goes dead and comes back: the master is closed, so that the
+    // peer's open port reads a hang-up, and a new pseudo-terminal takes its
+    // place, with the link (if any) pointing to it.
+    bool hangUp(QString* error);
+
     // Paces output to the given line speed (10 bits a byte); 0 sends at once.
     void setBaud(int baud) { baud_ = baud; }
     // Queues bytes for the peer. Bytes that meet a closed slave are lost, as

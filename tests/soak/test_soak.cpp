@@ -84,9 +84,9 @@ int PvRegister(const QString& model, int k) {
 // most of them on a share of the requests so that good reads come between.
 std::map<int, qelsim::Fault> SickChambers(int pcSpeed) {
     const std::pair<FaultMode, int> plan[] = {
-        {FaultMode::Silent, 30},    {FaultMode::BadCrc, 30}, {FaultMode::Short, 30},     {FaultMode::Exception, 30},
-        {FaultMode::Delay, 30},     {FaultMode::Garbage, 30}, {FaultMode::Twice, 50},     {FaultMode::WrongAddr, 30},
-        {FaultMode::WrongTid, 30},  {FaultMode::Drop, 20},
+        {FaultMode::Silent, 30}, {FaultMode::BadCrc, 30}, {FaultMode::Short, 30}, {FaultMode::Exception, 30},
+        {FaultMode::Delay, 30},  {FaultMode::Noise, 30},  {FaultMode::Twice, 50}, {FaultMode::WrongTid, 30},
+        {FaultMode::Drop, 20},
     };
     std::map<int, qelsim::Fault> sick;
     int i = 0;
@@ -97,7 +97,7 @@ std::map<int, qelsim::Fault> SickChambers(int pcSpeed) {
         f.delayMs = pcSpeed + 200;  // a late reply: past the station's wait
         sick[3 * ++i] = f;
     }
-    sick[30] = {FaultMode::Mixed, 500, 40};  // the last one draws from every fault
+    sick[30] = {FaultMode::Mixed, 500, 40};  // draws from every fault: garbage, other addresses, headers, 64 KiB...
     return sick;
 }
 
