@@ -150,6 +150,36 @@ def run_station(line, pcspeed, fast, cycles):
             "rss": usage.ru_maxrss, "startup": startup, "wall": wall, "failed": failed, "ticks": steady_ticks}
 
 
+def smallest_pcspeed(line, cycles, floor_ms):
+    """The smallest PCSpeed (ms, a multiple of 5 from floor_ms to 300) at which
+    the station, without FastReply, polls `cycles` ticks with no failed read,
+    found by halving (a PCSpeed that works is taken to work above as well).
+    Returns the PCSpeed and its run, or (nan, None) when 300 is the least."""
+    def works(pcspeed):
+        run = run_station(line, pcspeed, False, cycles)
+        return (not run["failed"] and run["ticks"] >= cycles - 2), run
+    lo, hi, best = max(5, 5 * (floor_ms // 5)), 300, (float("nan"), None)
+    while lo < hi:
+        mid = 5 * ((lo + hi) // 10)
+        ok, run = works(mid)
+        if ok:
+            hi, best = mid, (mid, run)
+        else:
+            lo = mid + 5
+    return best
+
+
+def window_peak_mb(line, cycles=4):
+    """Peak memory of the station with its window (offscreen) on the line."""
+    folder = station_folder(line, 300, True)
+    env = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+    proc = subprocess.Popen([STATION, "--app-dir", folder, "--cycles", str(cycles)], env=env,
+                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    _, _, usage = os.wait4(proc.pid, 0)
+    shutil.rmtree(folder, ignore_errors=True)
+    return usage.ru_maxrss / 1024
+
+
 def process_cpu(pid):
     """User and system CPU seconds of a running process, from /proc."""
     try:
@@ -264,6 +294,11 @@ def main():
                     other = mbpoll_cycle(line, baud) if protocol == "RTU" else float("nan")
                     py = pymodbus_cycle(line, baud)
                     work = work_cpu(line) if protocol == "ETH" else float("nan")
+                    # Below 10 ms a wait is shorter than the station's timers can keep.
+                    floor_ms = 10 if not baud else int(1000 * wire_seconds(protocol, baud, READS[model][:1]))
+                    least, least_run = (smallest_pcspeed(line, a.cycles, floor_ms) if count > 1
+                                        else (float("nan"), None))
+                    window_mb = window_peak_mb(line) if protocol == "ETH" and count > 1 else float("nan")
                 finally:
                     line.stop()
                 tick_cpu_us = 1e6 * slow["cpu"] / max(1, slow["ticks"] * count)
@@ -275,13 +310,19 @@ def main():
                     "%.2f" % (fast["cycle"] / py) if py == py else "-", "%.0f" % tick_cpu_us,
                     "%.0f" % fast_cpu_us, "%.0f" % work if work == work else "-",
                     "%.2f%%" % (100 * slow["cpu"] / slow["cpu_wall"]), "%d" % (slow["rss"] // 1024),
-                    "%.0f" % (1000 * slow["startup"]), slow["failed"] + fast["failed"])
+                    "%.0f" % (1000 * slow["startup"]), slow["failed"] + fast["failed"],
+                    "%.0f" % window_mb if window_mb == window_mb else "-",
+                    "%d" % least if least == least else "-",
+                    "%.3f" % least_run["cycle"] if least_run else "-",
+                    "%.2f" % (least_run["cycle"] / (count * len(READS[model]) * least / 1000 + 0.100))
+                    if least_run else "-",
+                    "%.2f" % (least_run["cycle"] / wire) if least_run and baud else "-")
 
     head = ("model", "line", "chambers", "cycle s", "/prescribed", "/wire", "fast cycle s", "fast/wire",
             "fast/mbpoll", "fast/pymodbus", "CPU us/chamber/tick", "fast: CPU us/chamber/tick",
             "work: CPU us/chamber/tick", "core share",
             "peak MB", "first request ms",
-            "failed reads")
+            "failed reads", "window peak MB", "smallest PCSpeed ms", "its cycle s", "its /prescribed", "its /wire")
     print("| " + " | ".join(head) + " |")
     print("|" + "---|" * len(head))
     for r in rows:
