@@ -16,6 +16,7 @@
 #include <QStandardPaths>
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdio>
 
 using namespace qel;
@@ -174,6 +175,10 @@ void PrintPoll(bool json, int count) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+    // A file-size limit then fails a log or pattern-file write as a full disk does, instead of ending the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("qelpoll"));
 

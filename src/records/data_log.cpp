@@ -16,6 +16,7 @@
 #include <QFileInfo>
 #include <QtEndian>
 #include <algorithm>
+#include <limits>
 
 namespace qel {
 
@@ -29,7 +30,12 @@ enum class Variant { PerChannel, Linked, QEL2200, QEL2300 };
 
 bool IsFamily(const QString& model) { return page::LayoutOf(model) == page::Layout::Family; }
 
-int VariantNumber(int c) { return static_cast<int>(Val(ChamberVariant[c])); }
+// MODEL_ZZ as a number; a value no int holds (a damaged SetUserTag.ini can
+// give "9e+99") saturates: it is neither 0 nor 1, as its text says.
+int VariantNumber(int c) {
+    const double v = Val(ChamberVariant[c]);
+    return static_cast<int>(std::clamp<double>(v, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
 
 // The run-time keeps whole seconds: a start time and "now" both drop their
 // milliseconds, so that the seconds of a row count seconds crossed.
@@ -99,11 +105,12 @@ bool PutHeader(const QString& fileName, const QByteArray& header, QString& why) 
         return false;
     }
     const bool ok = f.seek(0) && f.write(header) == header.size() && f.flush();
-    if (!ok) {
-        if (f.size() < header.size()) f.resize(0);  // no half header for the viewer to trip on
-        why = QString::fromUtf8(err::DiskFull);
-    }
+    if (!ok) why = QString::fromUtf8(err::DiskFull);
     f.close();
+    // No file without its whole header stays: the next row would follow a
+    // half header or none, and the viewer would misread the whole run. The
+    // next row makes the file again, header first.
+    if (!ok && QFileInfo(fileName).size() < header.size()) QFile::remove(fileName);
     return ok;
 }
 
@@ -290,10 +297,12 @@ void FuncSetGraphBlkData(const QString& fileName, int16_t chamber, int16_t chann
         const QByteArray row = BuildRow(c, channel);
         if (!row.isEmpty()) {
             QString why;
-            if (!QFileInfo::exists(fileName)) {
-                // The run's file went while it ran (folder or file removed):
-                // it begins again with its header, and the error log says so.
-                const bool folderGone = !QFileInfo(fileName).absoluteDir().exists();
+            const QFileInfo file(fileName);
+            if (!file.exists() || file.size() < 2 * kTextBytes) {
+                // The run's file went while it ran (folder or file removed), or
+                // holds no whole header (a power loss as it was made): it begins
+                // again with its header, and the error log says so.
+                const bool folderGone = !file.absoluteDir().exists();
                 if (!MakeDataLog(fileName, chamber, std::max<int16_t>(channel, 1), why)) throw RuntimeError(why);
                 ErrorTail(QString::fromUtf8(folderGone ? err::PathNotFound : err::FileNotFound), logName);
             }
