@@ -16,7 +16,9 @@
 #include "clock.h"
 #include "codepage.h"
 #include "data_log_file.h"
+#include "chamber_page.h"
 #include "main_frame.h"
+#include "screen_forms.h"
 #include "poll_walk.h"
 #include "profile.h"
 #include "state.h"
@@ -199,8 +201,20 @@ TEST(Soak, ThirtyChambersWithFaultsForSimulatedDays) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     }
 
+    // The pages' history grids keep every event row, without limit, as the
+    // station always has: their growth is the one growth expected. Their
+    // size in kB (two strings a row, each with its heap block), or their rows.
+    const auto historyKb = [&](bool rows) {
+        int64_t n = 0, bytes = 0;
+        for (int a = 1; a <= kChambers; ++a)
+            for (const qel::HistoryRow& r : frame.screens().page(a)->history()) {
+                ++n;
+                bytes += int64_t{sizeof r} + 2 * (r.time.size() + r.text.size()) + 2 * 48;
+            }
+        return rows ? n : bytes / 1024;
+    };
     const int64_t end = int64_t{hours} * 3600 * 1000;
-    int64_t ticks = 0, longestTickMs = 0, warmRss = 0, halfRss = 0, peakRss = 0, nextHour = 3600 * 1000;
+    int64_t ticks = 0, longestTickMs = 0, warmRss = 0, halfRss = 0, peakRss = 0, restGrowth = 0, warmBase = 0, nextHour = 3600 * 1000;
     uint64_t exchanges = 0, valueMisses = 0, healthyFailures = 0, unpolled = 0;
     std::vector<int> offline;  // the chamber taken off the line for a while (connection refused)
     while (clock.elapsedMs() < end) {
@@ -237,11 +251,16 @@ TEST(Soak, ThirtyChambersWithFaultsForSimulatedDays) {
             if (hour % 6 == 3) bus.setOnline(kSwitchedOff, false);
             if (hour % 6 == 4) bus.setOnline(kSwitchedOff, true);
             const int64_t rss = ResidentKb();
-            if (hour == std::max(1, hours / 10)) warmRss = rss;
+            if (hour == std::max(1, hours / 10)) {
+                warmRss = rss;
+                warmBase = rss - historyKb(false);
+            }
             if (hour == std::max(1, hours / 2)) halfRss = rss;
             peakRss = std::max(peakRss, rss);
+            if (hour >= std::max(1, hours / 10)) restGrowth = std::max(restGrowth, rss - historyKb(false) - warmBase);
         }
     }
+    const int64_t historyRows = historyKb(true);
     frame.queryUnload(false);
 
     // The data logs: whole rows only; for a healthy chamber a row at every
@@ -274,12 +293,13 @@ TEST(Soak, ThirtyChambersWithFaultsForSimulatedDays) {
     }();
     std::printf("soak: %d simulated hours, %lld ticks (longest %lld ms), %llu exchanges, %llu faults injected, "
                 "%llu data-log rows, rows missing %llu, half rows %llu, resident %lld kB after warm-up, "
-                "%lld kB half way, %lld kB at most, error log %lld lines\n",
+                "%lld kB half way, %lld kB at most, %lld history rows, %lld kB growth besides them, error log %lld lines\n",
                 hours, static_cast<long long>(ticks), static_cast<long long>(longestTickMs),
                 static_cast<unsigned long long>(exchanges), static_cast<unsigned long long>(served.faults),
                 static_cast<unsigned long long>(rows), static_cast<unsigned long long>(gaps),
                 static_cast<unsigned long long>(halfRows), static_cast<long long>(warmRss),
-                static_cast<long long>(halfRss), static_cast<long long>(peakRss), static_cast<long long>(errorLog.count('\n')));
+                static_cast<long long>(halfRss), static_cast<long long>(peakRss), static_cast<long long>(historyRows),
+                static_cast<long long>(restGrowth), static_cast<long long>(errorLog.count('\n')));
     std::fflush(stdout);
     if (qEnvironmentVariableIsSet("QEL_SOAK_SHOW_ERRORS")) std::printf("%s", errorLog.left(4000).toLocal8Bit().constData());
 
@@ -300,6 +320,6 @@ TEST(Soak, ThirtyChambersWithFaultsForSimulatedDays) {
     EXPECT_EQ(gaps, 0u);
     EXPECT_EQ(halfRows, 0u);
     EXPECT_GT(rows, 0u);
-    EXPECT_LT(peakRss - warmRss, 16 * 1024) << "resident memory grew after warm-up";
+    EXPECT_LT(restGrowth, 4 * 1024) << "resident memory grew after warm-up, beyond the history grids";
     qel::SetClock(nullptr);
 }
