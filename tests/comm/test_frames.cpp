@@ -1,7 +1,9 @@
 // CRC, LRC and frames against bytes worked out from the Modbus documents and
-// an independent CRC routine, not from the station's own builders.
+// an independent CRC routine, not from the station's own builders; and the
+// serial port's settings text.
 #include "app_dir.h"
 #include "fake_serial.h"
+#include "link.h"
 #include "modbus.h"
 #include "state.h"
 
@@ -43,3 +45,16 @@ TEST(Frames, AsSent) {
         EXPECT_EQ(AddressDigits(1), digits) << address;
     }
 }
+
+// Guards the settings text built from the settings, and a second open of an open port.
+TEST(OpenLink, SerialOpensOnceWithTheSettingsText) {
+    qeltest::AppDir dir;
+    qeltest::FakeSerialPort* port = qeltest::InstallFakeSerialPort();
+    std::tie(Protocol, BaudRate, Parity, DataLen, StopBit) = std::tuple("ASC", "19200", "Even", "7", "2");
+    EXPECT_EQ(OpenLink(), -1);
+    EXPECT_EQ(port->settings, "19200,e,7,2");
+    EXPECT_EQ(OpenLink(), 0);
+    EXPECT_EQ(port->opens, 1);
+    RemoveLink();
+}
+

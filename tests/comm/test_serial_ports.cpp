@@ -72,14 +72,5 @@ TEST_P(SerialPorts, SendsReceivesDropsAndCloses) {
     EXPECT_THROW(port->input(), RuntimeError);
 }
 
-// Guards opening a port twice, or a line that another program holds.
-TEST_P(SerialPorts, RefusesAPortThatIsOpen) {
-    auto port = Open();
-    EXPECT_THROW(port->setPortOpen(true), RuntimeError) << "already open";
-    auto second = GetParam()();
-    second->setCommPort(7);
-    EXPECT_THROW(second->setPortOpen(true), RuntimeError) << "a second program on the same line";
-}
-
 INSTANTIATE_TEST_SUITE_P(Layers, SerialPorts, ::testing::Values(&MakeQtSerialPort, &MakePosixSerialPort),
                          [](const auto& info) { return info.index == 0 ? "Qt" : "Posix"; });

@@ -91,26 +91,6 @@ TEST_F(TcpExchange, GoodRead) {
     EXPECT_EQ(StatusPanel1, "");
 }
 
-// Guards the opt-in fast reply on TCP: a reply in two pieces is taken whole, as soon as its length field
-// says it is complete, long before PCSpeed; a frame that never completes fails after PCSpeed as ever.
-TEST_F(TcpExchange, FastReplyTakesTheWholeFrameByItsLength) {
-    FastReply = 1;
-    PCSpeed = 5000;
-    peer.replies = {WithMbap(Block1())};
-    peer.split = true;
-    QElapsedTimer took;
-    took.start();
-    EXPECT_EQ(Read(), Hex(Block1()));
-    EXPECT_LT(took.elapsed(), 4000) << "ended by the whole frame, not by PCSpeed";
-    EXPECT_EQ(FailCount[0], 0);
-    PCSpeed = 150;
-    peer.replies = {WithMbap(Block1()).left(100)};
-    peer.split = false;
-    EXPECT_EQ(Read(), "");
-    EXPECT_EQ(FailCount[0], 1);
-    FastReply = 0;
-}
-
 // Guards a reply 1.2 x PCSpeed late being taken for the next request's (here: silence).
 TEST_F(TcpExchange, LateReplyIsNeverTakenForTheNextRequest) {
     peer.replies = {WithMbap(Block1(100)), QByteArray()};
@@ -127,8 +107,7 @@ TEST_F(TcpExchange, WriteNeverTouchesCounters) {
     EXPECT_EQ(peer.requests, QList<QByteArray>{qeltest::FromHex("123400000006010600650004")});
 }
 
-// Guards another transaction's reply, or a reply with 64 KiB behind it, being taken; the chamber
-// lost at the fourth failed read in a row, marked in panel 1 and logged at each.
+// Guards another transaction's reply or 64 KiB behind one taken; lost at the 4th failure, in panel 1 and the log.
 TEST_F(TcpExchange, EveryAbnormalReplyIsAFailedReadCountedUntilLost) {
     FailCount[0] = 2;
     peer.replies = {WithMbap(Block1(), 0x1235), WithMbap(Block1()) + QByteArray(65536, '\x5A')};

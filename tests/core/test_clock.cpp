@@ -18,8 +18,7 @@ public:
 
 }  // namespace
 
-// Guards the wait: exactly the time asked, in slices of 1 to 25 ms, serving
-// events between them unless told not to.
+// Guards the wait: exactly the time asked, in slices of 1 to 25 ms, serving events between them unless told not to.
 TEST(WaitSec, SleepsInSlicesOfAtMost25MsAndServesEventsUnlessNoYield) {
     SliceClock clock;
     qel::SetClock(&clock);
@@ -34,9 +33,7 @@ TEST(WaitSec, SleepsInSlicesOfAtMost25MsAndServesEventsUnlessNoYield) {
     for (int s : clock.slices) EXPECT_TRUE(s >= 1 && s <= 25) << s;
 }
 
-// Guards the wall clock's wait: it serves timers while it waits and lasts at
-// least the time asked; a wait for a condition ends when an event makes it
-// hold, and a wait of any kind ends when the program is ending.
+// Guards the wall-clock wait: timers served, at least the time asked; its condition or the program's end ends it.
 TEST(WaitSec, OnTheWallClockServesEventsAndEndsWhenItsConditionHolds) {
     qel::SetClock(nullptr);
     qel::Clock& clock = qel::CurrentClock();

@@ -6,9 +6,7 @@
 
 using namespace qel;
 
-// Guards the command digits: four, half to even, two's complement for
-// negatives, scaled by the places of the channel on panel 3 (channel 2 for the
-// twin); out of range, a panel naming no channel or three places give "".
+// Guards command digits: four, half to even, two's complement, scaled by panel 3's channel; "" when they cannot be.
 TEST(Dec2Hex, FourDigitsRoundedScaledAndEmptyWhenItCannotBe) {
     qeltest::AppDir dir;
     Chamber[0].DP = {QString(), QStringLiteral("0"), QStringLiteral("00")};

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-// Guards the leading-number rules: blanks skipped anywhere, D as exponent, an
-// unfinished exponent ignored, and &H with four digits as 16-bit signed.
+// Guards Val: blanks skipped, D as exponent, an unfinished exponent ignored, &H with four digits as 16-bit signed.
 TEST(Val, TakesTheLeadingNumberOfATextAndHexWithFourDigitsAsSigned) {
     const struct { const char* text; double value; } rows[] = {
         {"", 0},          {"abc", 0},         {"12abc", 12},     {"  42", 42},     {"1 2", 12},   {"-7", -7},
@@ -15,8 +14,7 @@ TEST(Val, TakesTheLeadingNumberOfATextAndHexWithFourDigitsAsSigned) {
     for (const auto& r : rows) EXPECT_DOUBLE_EQ(qel::Val(QString::fromUtf8(r.text)), r.value) << r.text;
 }
 
-// Guards the pictures the screens use: rounding half away from zero in
-// decimal (not binary) digits, no "-0.0", forced and optional digits.
+// Guards the screens' pictures: half away from zero in decimal digits, no "-0.0", forced and optional digits.
 TEST(Format, PrintsUnderThePicturesTheScreensUse) {
     const struct { double v; const char *pic, *out; } rows[] = {
         {12.34, "###0.0", "12.3"}, {12.35, "###0.0", "12.4"}, {-12.35, "###0.0", "-12.4"}, {-0.04, "###0.0", "0.0"},
@@ -28,8 +26,7 @@ TEST(Format, PrintsUnderThePicturesTheScreensUse) {
     for (const auto& r : rows) EXPECT_EQ(qel::Format(r.v, r.pic), QString(r.out)) << r.v << " " << r.pic;
 }
 
-// Guards the dates: "mm" after hours is minutes; DateSerial rolls months and
-// days over and reads two-digit years as 1930 to 2029.
+// Guards the dates: "mm" after hours is minutes; DateSerial rolls months and days over, two-digit years 1930-2029.
 TEST(Dates, FormatDateAndDateSerial) {
     const QDateTime t(QDate(2024, 1, 31), QTime(8, 15, 7));
     const struct { const char *form, *out; } forms[] = {

@@ -49,8 +49,7 @@ using PollWalk = Keys;  // the walk on the same line, where every read meets sil
 
 }  // namespace
 
-// Guards a key sent while the poll runs or without the line quiet (PCSpeed) before and after it,
-// and a model without the key skipping only the write's wait.
+// Guards a key sent while the poll runs or without the line quiet (PCSpeed) around it, and a model without the key.
 TEST_F(Keys, SentWithThePollStoppedAndTheLineQuietAround) {
     SetStopMode(1);
     ChamberModel[0] = "QEL9999";
@@ -59,9 +58,7 @@ TEST_F(Keys, SentWithThePollStoppedAndTheLineQuietAround) {
     EXPECT_EQ(switches, QStringList({"off@0", "on@1200", "off@1200", "on@1800"}));  // 1 + 2 + 1, 1 + 1 x PCSpeed
 }
 
-// Guards each key's register by model and panel-3 channel, a key to a channel or model that has none,
-// to the broadcast address 0 every controller obeys or an address outside 1 to 247 (not sent, logged);
-// a lost chamber gets its key all the same, and the poll runs again after every one.
+// Guards each key's register by model and channel, and keys to no register, address 0 or beyond 247 being sent.
 TEST_F(Keys, EachKeyGoesToItsRegisterByModelAndChannel) {
     CommError[0] = -1;
     auto hold = [](int16_t c) { SetHoldMode(c, 1); };
@@ -81,20 +78,6 @@ TEST_F(Keys, EachKeyGoesToItsRegisterByModelAndChannel) {
         EXPECT_TRUE(timerOn);
     }
     EXPECT_EQ(dir.errorLog().count("is no slave address, not sent"), 3);
-}
-
-// Guards the step key's record in the history, and a key whose message-log record cannot be
-// written leaving the poll off instead of logging the failure.
-TEST_F(Keys, StepIsRecordedAndAFailureLogged) {
-    QStringList history;
-    Hooks.historyRow = [&](int16_t, const QString& t, const QString& text) { history << t + " " + text; };
-    SetAdvMode(1);
-    EXPECT_EQ(history, QStringList({"2024/01/31 08:15:07 START STEP"}));
-    ChamberName[0] = "C2";
-    dir.write("Message/C2", "a file in the way of the chamber's message folder");
-    SetAdvMode(1);
-    EXPECT_TRUE(timerOn);
-    EXPECT_TRUE(dir.errorLog().contains("modCommControl.SetAdvMode\r\n")) << dir.errorLog().toStdString();
 }
 
 // Guards the walk entered again from inside (a timer firing in a yield) and a chamber count past 30.

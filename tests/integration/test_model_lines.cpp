@@ -1,15 +1,17 @@
 // The QEL2200 (two channels under one pattern) and the QEL2300 (three rooms)
-// as processes: qelpoll and the headless station against qelsim and against a
-// Modbus slave nobody here wrote, and pattern files written into the
-// controllers and read back. Every expected value is worked out here from the
-// controllers' register maps and the pattern file layout, never taken from
-// our own decoder, writer or simulator.
+// as processes: qelpoll and the headless station (with a QEL2400 beside
+// them) against qelsim and against a Modbus slave nobody here wrote, and
+// pattern files of every model written into the controllers and read back.
+// Every expected value is worked out here from the controllers' register
+// maps and the pattern file layout, never taken from our own code.
 #include "line_fixture.h"
 #include "model_line_util.h"
 #include "profile.h"
+#include "ptn_layout.h"
 
 #include <QJsonArray>
 #include <QMap>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
 using namespace qeltest;
@@ -116,35 +118,45 @@ TEST_P(ModelLine, Qel2300PollDecodesEveryField) {
     }
 }
 
-// Guards against the station polling these models otherwise, or scaling by places other than its settings give.
-TEST_P(ModelLine, StationRecordsWhatBothModelsServe) {
+// Guards the station polling otherwise than qelpoll, places not by its settings, one log for QEL2400 channels.
+TEST_P(ModelLine, StationRecordsWhatEachModelServes) {
     SimLine line;
     const QList<Served> qel2200 = {{0x0000, -400}, {0x0002, 8525}, {0x0003, 250},  {0x0004, -1050},
                                    {0x0005, 555},  {0x0006, 10000}, {0x0043, 0x0102}, {0x0012, 14}};
     const QList<Served> qel2300 = {{0x0005, 0x0301}, {0x0006, 1500}, {0x0007, 251}, {0x0008, -655},
                                    {0x0009, 1500},   {0x000A, 250},  {0x000B, -700}, {0x000C, 1000},
                                    {0x000D, 0},      {0x000E, -1},   {0x001A, 3}};
-    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2200"}, {2, "QEL2300"}}, Frozen({{1, qel2200}, {2, qel2300}})))
+    // QEL2400: channel 1 runs a program, 2 stands, 3 runs fixed (0x0102: the run bits in the low byte).
+    const QList<Served> qel2400 = {{0x0009, -400}, {0x000A, 8525}, {0x000B, 251},   {0x000C, 250}, {0x000D, -1050},
+                                   {0x000E, -70},  {0x0012, 555},  {0x0013, 10000}, {0x0014, 100}, {0x0027, 1},
+                                   {0x0028, 0}, {0x0029, 0x0102}, {0x00C8, 14}, {0x00C9, 15},    {0x00CA, 16}};
+    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2200"}, {2, "QEL2300"}, {3, "QEL2400"}},
+                           Frozen({{1, qel2200}, {2, qel2300}, {3, qel2400}})))
         << line.sim.stderrText().toStdString();
-    // The station takes the places from its settings: two on the QEL2200's second
-    // channel and the QEL2300's Ex room, one (the shipped "0") elsewhere.
+    // Two places on the second channel of each, none on the QEL2400's third, one (the shipped "0") elsewhere.
     const QString tags = line.folder() + "/SetUserTag.ini";
-    ASSERT_TRUE(qel::WriteProfileString("SDP_2", "1", "00/", tags));
-    ASSERT_TRUE(qel::WriteProfileString("SDP_2", "2", "00/", tags));
+    for (const char* chamber : {"1", "2", "3"}) ASSERT_TRUE(qel::WriteProfileString("SDP_2", chamber, "00/", tags));
+    ASSERT_TRUE(qel::WriteProfileString("SDP_3", "3", "/", tags));
     const RunResult r =
         qeltest::Run(kStation, {"--headless", "--app-dir", line.folder(), "--cycles", "4", "--json"});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     QMap<int, QJsonObject> last;
     for (const QJsonObject& o : Records(r.out)) last[o["Chamber"].toInt()] = o;
-    ASSERT_EQ(last.keys(), (QList<int>{1, 2})) << r.out.toStdString();
-    EXPECT_EQ(last[1]["FailCount"].toInt(), 0);
-    EXPECT_EQ(last[2]["FailCount"].toInt(), 0);
+    ASSERT_EQ(last.keys(), (QList<int>{1, 2, 3})) << r.out.toStdString();
+    for (int c : {1, 2, 3}) EXPECT_EQ(last[c]["FailCount"].toInt(), 0) << c;
     ExpectFields(last[1], {{"PV", 0, -40.0}, {"PV", 1, 85.25}, {"SP", 0, 25.0}, {"SP", 1, -10.5},
                            {"MV", 0, 55.5}, {"MV", 1, 100.0}, {"Status", 0, 258}, {"PTNo", 0, 14}});
     ExpectFields(last[2], {{"PV", 0, 150.0}, {"PV", 1, 2.51}, {"PV", 2, -65.5}, {"SP", 0, 150.0},
                            {"SP", 1, 2.5},   {"SP", 2, -70.0}, {"MV", 0, 100.0}, {"MV", 1, 0.0},
                            {"MV", 2, -0.1},  {"Status", 0, 1}, {"PTNo", 0, 3}});
-    EXPECT_GT(line.requests(2), 0);
+    ExpectFields(last[3], {{"PV", 0, -40.0}, {"PV", 1, 85.25}, {"PV", 2, 251},  {"SP", 0, 25.0},  {"SP", 1, -10.5},
+                           {"SP", 2, -70},   {"MV", 0, 55.5},  {"MV", 1, 100.0}, {"MV", 2, 100},  {"Status", 0, 1},
+                           {"Status", 1, 0}, {"Status", 2, 258}, {"PTNo", 0, 14}, {"PTNo", 1, 15}, {"PTNo", 2, 16}});
+    const QStringList logs = last[3]["DataLog"].toVariant().toStringList();
+    ASSERT_EQ(logs.size(), 3) << r.out.toStdString();
+    EXPECT_TRUE(QRegularExpression("/DATA/Sim 3/\\d{14}_1\\.log$").match(logs[0]).hasMatch()) << logs[0].toStdString();
+    EXPECT_EQ(logs[1], QString());
+    EXPECT_TRUE(QRegularExpression("/DATA/Sim 3/\\d{14}_3\\.log$").match(logs[2]).hasMatch()) << logs[2].toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(Protocols, ModelLine, ::testing::Values("ETH", "RTU", "ASC"));
@@ -173,82 +185,155 @@ TEST(Qel2200Reference, ReadsWhatAReferenceSlaveHolds) {
     EXPECT_EQ(EndDate(o), "2024-05-06 07:08:00");
 }
 
-// Guards against a QEL2200 pattern changed on its way other than by the extra hour, or an unfit file sent at all.
-TEST_P(PatternLine, Qel2200PatternWrittenFromAFileAndReadBack) {
-    ASSERT_TRUE(line.start(GetParam(), {{address, "QEL2200"}}, {"--no-noise"})) << line.sim.stderrText().toStdString();
-    const QStringList args = PollArgs(line, address, "QEL2200", {"--dp", "1,2", "--pcspeed", "50"});
-    Texts in = {{{PatternNo, 0}, "4"}, {{StartSP, 0}, "-10.0"}, {{StartSP2, 0}, "50.0"}, {{StartType, 0}, "2"},
-                {{SegmentCount, 0}, "3"}, {{PatternRepeat, 0}, "3"}, {{ChannelRepeat, 0}, "0"}, {{EndMode, 0}, "2"}};
-    Fill(in, SegSP, {"-40.0", "150.5", "25.0"});
-    Fill(in, SegSP2, {"85.25", "", "-327.68"});
-    Fill(in, SegTime, {"0", "5400", "117961199"});  // 32766 h 59 min 59 s: 32767 with the extra hour
-    Fill(in, SegSignal1, {"1"});
-    Fill(in, SegSignal1 + 2, {"", "", "5"});
-    Fill(in, SegSignal1 + 7, {"12"});
-    Fill(in, SegAux1, {"7"});  // the QEL2200 has no aux values: never sent
-    Fill(in, SegUse, {"1", "0"});
-    Fill(in, LoopStart, {"1", "2"});
-    Fill(in, LoopEnd, {"2", "3"});
-    Fill(in, LoopCount, {"5", "0"});
+namespace {
 
-    ExpectRefused(args, in, {{{SegSP, 1}, "4000.0"},      // 40000 at one decimal
-                             {{SegSP2, 0}, "327.68"},     // 32768 at channel 2's two decimals
-                             {{SegTime, 2}, "117961200"}, // 32767 h, sent as 32768 with the extra hour
-                             {{StartSP, 0}, "-3276.9"}});
+// A pattern file of one model through qelpoll: the options, the file's texts,
+// values no register of the model takes (each refused alone), and members of
+// the file read back (an empty text: not in the file).
+struct PatternFile {
+    const char* model;
+    QStringList options;
+    const char* number;
+    Texts (*in)();
+    Texts refused;
+    Texts back;
+};
 
-    // Read back: one hour more per segment; channel 2's set points at two places;
-    // empty signals, use flags and repeats as the controller holds them.
-    Texts want = {{{PatternNo, 0}, "4"}, {{StartSP, 0}, "-10.0"}, {{StartSP2, 0}, "50.0"}, {{StartType, 0}, "2"},
-                  {{SegmentCount, 0}, "3"}, {{PatternRepeat, 0}, "3"}, {{ChannelRepeat, 0}, "1"}, {{EndMode, 0}, "2"}};
-    Fill(want, SegSP, {"-40.0", "150.5", "25.0"});
-    Fill(want, SegSP2, {"85.25", "0.00", "-327.68"});
-    Fill(want, SegTime, {"3600", "9000", "117964799"});
-    for (int s = 0; s < 8; ++s) Fill(want, SegSignal1 + s, {"0", "0", "0"});
-    Fill(want, SegSignal1, {"1"});
-    Fill(want, SegSignal1 + 2, {"0", "0", "5"});
-    Fill(want, SegSignal1 + 7, {"12"});
-    Fill(want, SegUse, {"1", "0", "0"});
-    Fill(want, LoopStart, {"1", "2", "0", "0"});
-    Fill(want, LoopEnd, {"2", "3", "0", "0"});
-    Fill(want, LoopCount, {"5", "0", "0", "0"});
-    ExpectRoundTrip(args, in, "4", PtnFile(want));
+const PatternFile kPatternFiles[] = {
+    {"QEL2100", {"--channel", "2"}, "5",
+     [] {
+         Texts t = {{{PatternNo, 0}, "5"}, {{StartSP, 0}, "25.0"}, {{PatternRepeat, 0}, "2"}};
+         Fill(t, SegSP, {"40.0", "-20.5"});
+         Fill(t, SegTime, {"120", "3700"});
+         Fill(t, SegSignal1 + 1, {"3"});
+         return t;
+     },
+     {{{SegSP, 1}, "4000.0"}},  // 40000 at one place
+     // Every segment an hour longer; a zero channel repeat as 1.
+     {{{StartSP, 0}, "25.0"}, {{SegTime, 0}, "3720"}, {{SegTime, 1}, "7300"}, {{SegSignal1 + 1, 0}, "3"},
+      {{SegSignal1 + 1, 1}, "0"}, {{ChannelRepeat, 0}, "1"}, {{SegmentCount, 0}, "2"}}},
+    {"QEL2200", {"--dp", "1,2"}, "4",
+     [] {
+         Texts t = {{{PatternNo, 0}, "4"},      {{StartSP, 0}, "-10.0"},   {{StartSP2, 0}, "50.0"},
+                    {{StartType, 0}, "2"},      {{PatternRepeat, 0}, "3"}, {{ChannelRepeat, 0}, "0"},
+                    {{EndMode, 0}, "2"}};
+         Fill(t, SegSP, {"-40.0", "150.5", "25.0"});
+         Fill(t, SegSP2, {"85.25", "", "-327.68"});
+         Fill(t, SegTime, {"0", "5400", "117961199"});  // 32766 h 59 min 59 s: 32767 with the extra hour
+         Fill(t, SegSignal1 + 7, {"12"});
+         Fill(t, SegAux1, {"7"});  // the QEL2200 has no aux values: never sent
+         Fill(t, LoopStart, {"1", "2"});
+         Fill(t, LoopCount, {"5", "0"});
+         return t;
+     },
+     {{{SegSP, 1}, "4000.0"}, {{SegSP2, 0}, "327.68"},  // 32768 at channel 2's two places
+      {{SegTime, 2}, "117961200"}, {{StartSP, 0}, "-3276.9"}},
+     {{{StartSP2, 0}, "50.0"}, {{SegSP2, 0}, "85.25"}, {{SegSP2, 1}, "0.00"}, {{SegSP2, 2}, "-327.68"},
+      {{SegTime, 0}, "3600"}, {{SegTime, 2}, "117964799"}, {{SegSignal1 + 7, 0}, "12"}, {{SegAux1, 0}, ""},
+      {{LoopStart, 1}, "2"}, {{LoopCount, 0}, "5"}, {{ChannelRepeat, 0}, "1"}}},
+    // The QEL2300's room program, its Ex room out (defrost type 1): the Ex signals go as zeros, an empty
+    // pre-heat temperature as -200.0; the hours go plain (32767 h fits).
+    {"QEL2300", {}, "6",
+     [] {
+         Texts t = {{{PatternNo, 0}, "6"},      {{PatternRepeat, 0}, "2"},   {{EndMode2300, 0}, "1"},
+                    {{DefrostType, 0}, "1"},    {{HiRoomMode, 0}, "1"},      {{LoRoomMode, 0}, "2"},
+                    {{DefrostPeriod, 0}, "12"}, {{DefrostTime, 0}, "300"},   {{DefrostTemp, 0}, "-5.5"}};
+         Fill(t, SegSP, {"150.0", "25.0", "-65.5"});
+         Fill(t, SegSP2, {"", "30.0", "-45.5"});
+         Fill(t, SegTime, {"1800", "3661", "117964799"});
+         Fill(t, SegSignal1, {"1", "2", "3", "4", "5", "6", "7", "8"});
+         Fill(t, SegSignal1 + 1, {"9", "10"});
+         Fill(t, SegSignal1 + 2, {"17", "", "19"});
+         return t;
+     },
+     {{{SegSP, 0}, "4000.0"}, {{DefrostTemp, 0}, "4000.0"}, {{SegSP2, 2}, "-3276.9"}, {{SegTime, 1}, "117964800"}},
+     {{{DefrostType, 0}, "1"}, {{DefrostTime, 0}, "&h012C"}, {{DefrostTemp, 0}, "-5.5"}, {{SegSP, 2}, "-65.5"},
+      {{SegSP2, 0}, "-200.0"}, {{SegSP2, 1}, "0.0"}, {{SegTime, 1}, "3661"}, {{SegTime, 2}, "117964799"},
+      {{SegSignal1 + 1, 1}, "0"}, {{SegSignal1 + 2, 2}, "19"}}},
+    // The same with the Ex room in (defrost type 3): its signals are written.
+    {"QEL2300", {}, "7",
+     [] {
+         Texts t = {{{PatternNo, 0}, "7"}, {{DefrostType, 0}, "3"}, {{SegSP2, 0}, "110.0"}};
+         Fill(t, SegTime, {"1800", "60", "60"});
+         Fill(t, SegSignal1 + 1, {"9", "10"});
+         return t;
+     },
+     {},
+     {{{DefrostType, 0}, "3"}, {{SegSP2, 0}, "110.0"}, {{SegSP2, 2}, "-200.0"}, {{SegSignal1 + 1, 1}, "10"}}},
+    // Channel 3 at two places, channel 1 at none: a set point that fits channel 1 may not fit channel 3.
+    {"QEL2400", {"--dp", "0,1,2", "--channel", "3"}, "9",
+     [] {
+         Texts t = {{{PatternNo, 0}, "9"},      {{StartSP, 0}, "-40.0"},   {{StartSP2, 0}, "77.7"},
+                    {{StartType, 0}, "1"},      {{PatternRepeat, 0}, "3"}, {{ChannelRepeat, 0}, "0"},
+                    {{EndMode, 0}, "2"}};
+         Fill(t, SegSP, {"-40.0", "150.55", "327.67"});
+         Fill(t, SegSP2, {"1.5"});  // not a QEL2400 member: never sent
+         Fill(t, SegTime, {"0", "5400", "117961199"});
+         Fill(t, SegSignal1 + 2, {"", "", "5"});
+         Fill(t, SegAux1, {"7"});
+         Fill(t, SegAux1 + 3, {"", "-3"});
+         Fill(t, LoopStart, {"1", "2"});
+         return t;
+     },
+     {{{SegSP, 1}, "327.68"}, {{StartSP, 0}, "-327.69"}, {{SegAux1 + 1, 0}, "32768"}, {{SegTime, 2}, "117961200"},
+      {{ChannelRepeat, 0}, "40000"}},
+     // Set points at channel 3's places, the aux values from the registers behind those written.
+     {{{StartSP, 0}, "-40.00"}, {{SegSP, 1}, "150.55"}, {{SegSP, 2}, "327.67"}, {{SegSP2, 0}, ""},
+      {{SegTime, 2}, "117964799"}, {{SegSignal1 + 2, 2}, "5"}, {{SegAux1, 0}, "7"}, {{SegAux1 + 3, 1}, "-3"},
+      {{LoopStart, 1}, "2"}, {{ChannelRepeat, 0}, "1"}, {{SegmentCount, 0}, "3"}}},
+};
+
+void PrintTo(const PatternFile& p, std::ostream* os) { *os << p.model << " pattern " << p.number; }
+
+class PatternFiles : public ::testing::TestWithParam<std::tuple<std::string, PatternFile>> {};
+
+}  // namespace
+
+// Guards qelpoll sending an unfit file, and a pattern moved through another window, channel or scaling, or changed.
+TEST_P(PatternFiles, WrittenFromAFileAndReadBack) {
+    const auto& [protocol, p] = GetParam();
+    SimLine line;
+    const int address = 4;
+    ASSERT_TRUE(line.start(QString::fromStdString(protocol), {{address, p.model}}, {"--no-noise"}))
+        << line.sim.stderrText().toStdString();
+    const QStringList args = PollArgs(line, address, p.model, p.options + QStringList{"--pcspeed", "50"});
+    const auto write = [&](const QByteArray& file) {
+        QFile f(line.folder() + "/in.PTN");
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(file);
+        f.close();
+        return qeltest::Run(kQelPoll, args + QStringList{"--write-pattern", f.fileName()});
+    };
+    const Texts in = p.in();
+    QList<std::pair<QString, QByteArray>> unfit = {{"short", PtnFile(in).left(100)}};
+    for (auto b = p.refused.begin(); b != p.refused.end(); ++b) {
+        Texts t = in;
+        t[b.key()] = b.value();
+        unfit.append({QString::fromLatin1(b.value()), PtnFile(t)});
+    }
+    for (const auto& [what, file] : unfit) {
+        const RunResult r = write(file);
+        EXPECT_EQ(r.exitCode, 2) << what.toStdString() << ": " << r.err.toStdString();
+        EXPECT_TRUE(r.err.startsWith("qelpoll: ")) << r.err.toStdString();
+    }
+    EXPECT_EQ(line.requests(address), 0);
+
+    const RunResult w = write(PtnFile(in));
+    ASSERT_EQ(w.exitCode, 0) << w.err.toStdString();
+    const QString out = line.folder() + "/out.PTN";
+    const RunResult r = qeltest::Run(kQelPoll, args + QStringList{"--read-pattern", p.number, "--ptn", out});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    QFile back(out);
+    ASSERT_TRUE(back.open(QIODevice::ReadOnly));
+    const Texts got = Items(back.readAll());
+    for (auto b = p.back.begin(); b != p.back.end(); ++b)
+        EXPECT_EQ(got.value(b.key()), b.value()) << "member " << b.key().first + 1 << "[" << b.key().second << "]";
 }
 
-// Guards against a QEL2300 room program moved like a segment list, or its Ex room, pre-heat, defrost fields astray.
-TEST_P(PatternLine, Qel2300RoomProgramWrittenFromAFileAndReadBack) {
-    ASSERT_TRUE(line.start(GetParam(), {{address, "QEL2300"}}, {"--no-noise"})) << line.sim.stderrText().toStdString();
-    const QStringList args = PollArgs(line, address, "QEL2300", {"--pcspeed", "50"});
-    // On TCP the Ex room is out of the program (defrost type 1) and the Hi room has
-    // no pre-heat temperature; on RTU the Ex room takes part and the Lo room has none.
-    const bool exOut = QLatin1String(GetParam()) == "ETH";
-    Texts in = {{{PatternNo, 0}, "6"},       {{PatternRepeat, 0}, "2"},   {{EndMode2300, 0}, "1"},
-                {{DefrostType, 0}, exOut ? "1" : "3"}, {{HiRoomMode, 0}, "1"}, {{LoRoomMode, 0}, "2"},
-                {{DefrostPeriod, 0}, "12"},  {{DefrostTime, 0}, "300"},   {{DefrostTemp, 0}, "-5.5"}};
-    Fill(in, SegSP, {"150.0", "25.0", "-65.5"});
-    Fill(in, SegSP2, {exOut ? "" : "110.0", "30.0", exOut ? "-45.5" : ""});
-    Fill(in, SegTime, {"1800", "3661", "117964799"});  // 32767 h: the hours go as they are
-    Fill(in, SegSignal1, {"1", "2", "3", "4", "5", "6", "7", "8"});
-    Fill(in, SegSignal1 + 1, {"9", "10", "11", "12", "13", "14", "15", "16"});
-    Fill(in, SegSignal1 + 2, {"17", "", "19"});
-
-    ExpectRefused(args, in, {{{SegSP, 0}, "4000.0"},        // 40000 at one decimal
-                             {{DefrostTemp, 0}, "4000.0"},
-                             {{SegSP2, 2}, "-3276.9"},      // -32769
-                             {{SegTime, 1}, "117964800"}}); // 32768 h
-
-    Texts want = {{{PatternNo, 0}, "6"},       {{PatternRepeat, 0}, "2"},   {{EndMode2300, 0}, "1"},
-                  {{DefrostType, 0}, exOut ? "1" : "3"}, {{HiRoomMode, 0}, "1"}, {{LoRoomMode, 0}, "2"},
-                  {{DefrostPeriod, 0}, "12"},  {{DefrostTime, 0}, "&h012C"}, {{DefrostTemp, 0}, "-5.5"}};
-    Fill(want, SegSP, {"150.0", "25.0", "-65.5"});
-    Fill(want, SegSP2, {exOut ? "-200.0" : "110.0", "0.0", exOut ? "-45.5" : "-200.0"});
-    Fill(want, SegTime, {"1800", "3661", "117964799"});
-    Fill(want, SegSignal1, {"1", "2", "3", "4", "5", "6", "7", "8"});
-    if (exOut)
-        Fill(want, SegSignal1 + 1, {"0", "0", "0", "0", "0", "0", "0", "0"});
-    else
-        Fill(want, SegSignal1 + 1, {"9", "10", "11", "12", "13", "14", "15", "16"});
-    Fill(want, SegSignal1 + 2, {"17", "0", "19", "0", "0", "0", "0", "0"});
-    ExpectRoundTrip(args, in, "6", PtnFile(want));
-}
-
-INSTANTIATE_TEST_SUITE_P(Protocols, PatternLine, ::testing::Values("ETH", "RTU"));
+INSTANTIATE_TEST_SUITE_P(Models, PatternFiles,
+                         ::testing::Combine(::testing::Values(std::string("ETH"), std::string("RTU")),
+                                            ::testing::ValuesIn(kPatternFiles)),
+                         [](const auto& i) {
+                             return std::get<0>(i.param) + "_" + std::get<1>(i.param).model + "_" +
+                                    std::get<1>(i.param).number;
+                         });

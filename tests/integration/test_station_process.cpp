@@ -4,17 +4,11 @@
 #include "line_fixture.h"
 #include "link.h"
 #include "main_window.h"
-#include "trend_file.h"
-#include "trend_graph_widget.h"
-#include "trend_points.h"
 #include "profile.h"
 #include "state.h"
 
-#include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QMessageBox>
 #include <QTimer>
@@ -26,7 +20,6 @@
 #include <gtest/gtest.h>
 
 using namespace qeltest;
-using qeltest::FilePoints;
 
 namespace {
 
@@ -82,8 +75,7 @@ void AnswerNextBox(QMessageBox::StandardButton button) {
     timer->start(20);
 }
 
-// The station with a window polls by itself: the overview cells show what the simulator serves,
-// a chamber that stops answering turns to the lost display and comes back with its values.
+// Guards the window's overview against what qelsim serves, a stopped chamber shown lost and its values coming back.
 TEST_P(StationLine, WindowPollsAndShowsWhatTheSimulatorServes) {
     SimLine line;
     ASSERT_TRUE(line.start(GetParam(), kTwo, kServed)) << line.sim.stderrText().toStdString();
@@ -105,26 +97,7 @@ TEST_P(StationLine, WindowPollsAndShowsWhatTheSimulatorServes) {
     ExpectOrderlyEnd(station, line);
 }
 
-// A line of one chamber opens on its page: the state word with the name, the values, and the
-// communication error when the chamber stops answering.
-TEST_P(StationLine, WindowOfOneChamberShowsItsPage) {
-    SimLine line;
-    ASSERT_TRUE(line.start(GetParam(), {{1, "QEL2000"}}, kServed.mid(0, 8))) << line.sim.stderrText().toStdString();
-    ASSERT_TRUE(qel::WriteProfileString("Set", "MAX_CHAMBER_NO", "1", line.folder() + "/SetUserTag.ini"));
-    ChildProcess station;
-    ASSERT_TRUE(station.start(kStation, {"--app-dir", line.folder(), "--json"}));
-    // The page: state caption, PV, SP, MV, unit of the channel on display.
-    QMap<int, QStringList> shown;
-    ASSERT_TRUE(ReadShown(station, shown, [&] { return shown[1].value(1) == "-20.0"; }));
-    EXPECT_EQ(shown[1].mid(0, 4), (QStringList{"  [Sim 1]  PROGRAM RUN", "-20.0", "30.0", "0.0"}));
-    ASSERT_FALSE(line.command("stop 1").isNull());
-    ASSERT_TRUE(ReadShown(station, shown, [&] { return shown[1].value(1) == "-.-"; }));
-    EXPECT_EQ(shown[1].mid(0, 4), (QStringList{"  [Sim 1]  COMM ERROR", "-.-", "-.-", "-.-"}));
-    ExpectOrderlyEnd(station, line);
-}
-
-// A settings problem stands in the window's status bar; the keys of the page on display reach the
-// controller of the channel chosen, after the operator's OK, and a Cancel sends nothing.
+// Guards a settings problem missing from the status bar, and a page key not reaching the chosen channel after OK.
 TEST_F(GuiStation, SettingsProblemAndPageKeys) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}})) << line.sim.stderrText().toStdString();
@@ -149,86 +122,10 @@ TEST_F(GuiStation, SettingsProblemAndPageKeys) {
     key("RUN_Stop_Key2000(1)")->click();
     EXPECT_TRUE(QTest::qWaitFor([] { return (qel::Chamber[0].Status[0] & 3) != 0; }, 10000));
     EXPECT_TRUE(QTest::qWaitFor([&] { return !key("RUN_Stop_Key2000(1)")->isChecked(); }, 5000));
-
-    // Channel 2: Cancel in the run box, and the channel stays stopped.
-    key("Change_Ch2(1)")->click();
-    EXPECT_EQ(qel::StatusPanel3, "2");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return key("RUN_Stop_Key2000(2)")->isVisible(); }, 5000));
-    const int before = line.requests(1);
-    AnswerNextBox(QMessageBox::Cancel);
-    key("RUN_Stop_Key2000(2)")->click();
-    QTest::qWait(1000);
-    EXPECT_GT(line.requests(1), before);  // the poll went on
-    EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);
-    EXPECT_TRUE(key("RUN_Stop_Key2000(2)")->isChecked());  // the key shows the stopped channel still
+    EXPECT_EQ(qel::Chamber[0].Status[1] & 3, 0);  // channel 2 untouched
 }
 
-// The page of the one chamber, fed by qelsim through the station's own poll,
-// crosses the rotation at 50001 samples and shows the points the file holds:
-// the trend was filled to 49996 samples before (dated in the past), the poll
-// adds the rest every 2 s.
-TEST_F(GuiStation, TrendOfAQelsimRunAcrossTheRotation) {
-    SimLine line;
-    ASSERT_TRUE(line.start("ETH", {{1, "QEL2100"}}, kServed.mid(0, 12))) << line.sim.stderrText().toStdString();
-    ASSERT_TRUE(qel::WriteProfileString("Set", "MAX_CHAMBER_NO", "1", line.folder() + "/SetUserTag.ini"));
-    qel::AppPath = line.folder() + "/";
-    window = std::make_unique<qel::MainWindow>();
-    window->frame().load();
-    window->show();
-    auto* graph = window->findChild<qel::TrendGraphWidget*>();
-    ASSERT_NE(graph, nullptr);
-    ASSERT_TRUE(QTest::qWaitFor([] { return qel::Trend(1).counter() >= 1; }, 10000));
-    // Earlier samples, in the file as the station writes them (the counter counts them).
-    const QDateTime start = QDateTime::currentDateTime().addSecs(-2 * 50000);
-    for (int i = 0; i < 49995; ++i) qel::Trend(1).addSample(1, start.addSecs(2 * i));
-    ASSERT_TRUE(QTest::qWaitFor([] { return qel::Trend(1).counter() > 49000 && qel::Trend(1).counter() < 49010; },
-                                30000));  // 50001 passed: 1000 lines left
-    ASSERT_TRUE(QTest::qWaitFor([] { return qel::Trend(1).counter() >= 49003; }, 15000));
-    QTest::qWait(300);  // the page drew the last sample
-    const auto file = FilePoints(line.folder() + "/1OPData.csv", qel::Trend(1).counter());
-    for (int plot : {1, 2, 4, 5}) {
-        SCOPED_TRACE(plot);
-        const QList<QPointF> shown = graph->points(plot);
-        ASSERT_EQ(shown.size(), file[plot].size());
-        EXPECT_TRUE(shown == file[plot]);
-    }
-    EXPECT_EQ(file[1].last().y(), -20.0f);  // what qelsim serves: PV -20.0 on channel 1
-}
-
-// Chamber 1 misbehaves at random (late among the draws): no record holds a value that was not
-// served, and chamber 2 is read on every tick (on serial lines most: a late reply spoils the next).
-// QEL_SOAK_SECONDS=600 makes it a ten-minute run.
-TEST_P(StationLine, HostileChamberNoValueThatTheSimulatorDidNotServe) {
-    const int seconds = qEnvironmentVariableIntValue("QEL_SOAK_SECONDS");
-    const int cycles = seconds > 0 ? 3 * seconds : 40;
-    SimLine line;
-    ASSERT_TRUE(line.start(GetParam(), kTwo, kServed + QStringList{"--fault", "1:mixed:150", "--seed", "7"}));
-    const RunResult r = qeltest::Run(
-        kStation, {"--headless", "--app-dir", line.folder(), "--cycles", QString::number(cycles), "--json"},
-        std::max(120, 3 * seconds) * 1000);
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    const QList<QJsonObject> records = Records(r.out);
-    ASSERT_EQ(records.size(), 2 * cycles);
-    // Per chamber and field: 0 before the first good read, else what was served.
-    const QMap<int, QList<std::pair<const char*, QStringList>>> allowed = {
-        {1, {{"PV", {"0", "-20"}}, {"SP", {"0", "30"}}, {"Status", {"0", "1"}},
-             {"EndDate", {"0", "2024-05-06 07:08:00"}}}},
-        {2, {{"PV", {"0", "25.3"}}, {"Status", {"0"}}}},
-    };
-    int healthy = 0;
-    for (const QJsonObject& o : records) {
-        const int c = o["Chamber"].toInt();
-        for (const auto& [field, values] : allowed[c]) {
-            const QString v = o[field].toArray()[0].toVariant().toString();
-            EXPECT_TRUE(values.contains(v)) << c << field << v.toStdString();
-        }
-        healthy += c == 2 && o["FailCount"].toInt() == 0;
-    }
-    EXPECT_GE(healthy, QLatin1String(GetParam()) == "ETH" ? cycles : cycles * 3 / 4);
-}
-
-// A stopped chamber is lost at the third failure on RTU, the fourth on ASCII and TCP, and comes
-// back; a model without a poll block is never asked and says so instead of showing zeros.
+// Guards the loss count (3rd failure on RTU, 4th on ASC/TCP) and return, and a model without a poll block asked.
 TEST_P(StationLine, LostAndBackAndAChamberNotPolled) {
     const QString protocol = GetParam();
     SimLine line;
@@ -260,8 +157,7 @@ TEST_P(StationLine, LostAndBackAndAChamberNotPolled) {
 
 INSTANTIATE_TEST_SUITE_P(Protocols, StationLine, ::testing::Values("ETH", "RTU", "ASC"));
 
-// A babbling device does not hold the serial line; a terminal that goes away
-// marks the line lost and the station polls on until SIGTERM ends it in order.
+// Guards a babbling device holding the serial line, and a vanished terminal stopping the poll or an orderly end.
 TEST(RtuLine, BabblingDeviceAndVanishingTerminal) {
     SimLine line;
     ASSERT_TRUE(line.start("RTU", kTwo, kServed));
@@ -282,20 +178,7 @@ TEST(RtuLine, BabblingDeviceAndVanishingTerminal) {
     EXPECT_TRUE(line.errorLog().contains("Serial port error(Open)"));
 }
 
-// SIGTERM amid a slow, fully traced walk: nothing is logged after the end line.
-TEST(StationExit, SignalDuringAWalkWritesTheEndLineOnceAndNothingAfterIt) {
-    SimLine line;
-    ASSERT_TRUE(line.start("ETH", kTwo, {"--fault", "*:silent"}, 300));
-    ASSERT_TRUE(qel::WriteProfileString("CommSet", "CommDataSave", "1", line.folder() + "/SetComm.ini"));
-    ChildProcess station;
-    ASSERT_TRUE(station.start(kStation, {"--headless", "--app-dir", line.folder()}));
-    for (int i = 0; i < 200 && !line.errorLog().contains("Communication state check"); ++i)
-        station.process().waitForFinished(50);
-    ExpectOrderlyEnd(station, line);
-}
-
-// Each folder problem is said once on stderr; the station goes on with the fallbacks,
-// or ends with 2 when it has no chamber to poll. `spoil` gives the folder.
+// Guards a folder problem said other than once on stderr, and the exit status without a chamber to poll.
 TEST(StationFolderProblems, AreSaidOnceOnStderr) {
     const auto set = [](const char* file, const char* section, const char* key, const char* value) {
         return [=](const QString& d) { return qel::WriteProfileString(section, key, value, d + '/' + file) ? d : ""; };
@@ -316,8 +199,7 @@ TEST(StationFolderProblems, AreSaidOnceOnStderr) {
     }
 }
 
-// One station per folder however it is reached (a symbolic link, from another
-// TMPDIR); the lock of a station that was killed is taken over.
+// Guards two stations on one folder (via a symbolic link or another TMPDIR), and a dead station's lock kept.
 TEST(StationLock, SecondStationOnTheSameFolderIsRefused) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}));
@@ -341,11 +223,8 @@ TEST(StationLock, SecondStationOnTheSameFolderIsRefused) {
     EXPECT_EQ(after.exitCode, 0) << after.err.toStdString();
 }
 
-// The headless station records a run by itself: --json names the data log of
-// the running channel; a file-size limit put on the running process (a full
-// disk) loses rows whole and says "Disk full", a removed chamber folder is
-// made again with the file's header and said once, and the station polls on.
-TEST(StationDataLog, RunRowsSurviveAFullDiskAndARemovedFolder) {
+// Guards the headless station's records of a run: the data log named and filled, the trend kept, the message log.
+TEST(StationDataLog, TheHeadlessStationRecordsARun) {
     SimLine line;
     ASSERT_TRUE(line.start("ETH", {{1, "QEL2000"}}, {"--run", "1"}));
     ASSERT_TRUE(qel::WriteProfileString("FileSaveSec", "FileSave", "1", line.folder() + "/SetComm.ini"));
@@ -364,34 +243,13 @@ TEST(StationDataLog, RunRowsSurviveAFullDiskAndARemovedFolder) {
         return ReadUntil(station, [&](const QJsonObject&) { return t.elapsed() >= ms; }, 1000);
     };
     ASSERT_TRUE(readFor(3500));
-    ASSERT_GE(rows(), 2);
-
-    const qint64 full = QFileInfo(file).size();
-    const QString pid = QString::number(station.process().processId());
-    ASSERT_EQ(QProcess::execute("prlimit", {"--pid", pid, "--fsize=" + QString::number(full + 10) + ":"}), 0);
-    ASSERT_TRUE(readFor(2500));
-    EXPECT_EQ(QFileInfo(file).size(), full);  // no row, not even a part of one
-    EXPECT_TRUE(line.errorLog().contains("Disk fullmodFunc.FuncSetGraphBlkData")) << line.errorLog().toStdString();
-    ASSERT_EQ(QProcess::execute("prlimit", {"--pid", pid, "--fsize=unlimited:"}), 0);
-    ASSERT_TRUE(readFor(2500));
-    const qint64 before = rows();
-    EXPECT_GT(QFileInfo(file).size(), full);
-
-    ASSERT_TRUE(QDir(line.folder() + "/DATA/Sim 1").removeRecursively());
-    ASSERT_TRUE(readFor(2500));
-    const qel::DataLogFile again = qel::ReadDataLog(file);
-    ASSERT_TRUE(again.ok()) << again.error.toStdString();
-    EXPECT_TRUE(again.title.startsWith("[QEL2000] Programs RUN / PT NO."));
-    EXPECT_GE(again.rows.size(), 1);
-    EXPECT_GT(again.rows.first().seconds, 0);
-    EXPECT_EQ(line.errorLog().count("Path not foundmodFunc.FuncSetGraphBlkData"), 1);
-    EXPECT_GT(before, 2);
+    EXPECT_GE(rows(), 2);  // a full disk and removed folders under the running station: tests/faults
 
     // The trend file is kept headless as with a window: a line every 2 s or more, 6 values (QEL2000).
     QFile trend(line.folder() + "/1OPData.csv");
     ASSERT_TRUE(trend.open(QIODevice::ReadOnly));
     const QList<QByteArray> samples = trend.readAll().trimmed().split('\n');
-    EXPECT_GE(samples.size(), 4);
+    EXPECT_GE(samples.size(), 2);
     for (const QByteArray& l : samples) EXPECT_EQ(l.trimmed().split(',').size(), 7) << l.toStdString();
 
     ASSERT_FALSE(line.command("key 1 1 4").isNull());  // the stop key on the controller

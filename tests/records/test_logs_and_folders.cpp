@@ -2,7 +2,6 @@
 #include "clock.h"
 #include "folders.h"
 #include "message_log.h"
-#include "runtime_error.h"
 #include "state.h"
 
 #include <QDir>
@@ -11,8 +10,7 @@
 
 using namespace qel;
 
-// Guards the message log's place (one folder per chamber name, in UTF-8; one
-// file a day) and its line layout.
+// Guards the message log's place (a folder per chamber name in UTF-8, a file a day) and its line layout.
 TEST(MessageLog, OneFilePerChamberNameAndDay) {
     qeltest::AppDir dir;
     ManualClock clock;
@@ -24,22 +22,7 @@ TEST(MessageLog, OneFilePerChamberNameAndDay) {
               "20240131 08:15:07    Chamber 1     CH1   START RUN\r\n20240131 08:15:07  START HOLD\r\n");
 }
 
-// Guards a log folder removed under the running station (made again), and
-// one that cannot be made (raised for the caller's failure frame).
-TEST(MessageLog, AMissingFolderIsMadeAndAnUnwritableOneRaises) {
-    qeltest::AppDir dir;
-    ManualClock clock;
-    SetClock(&clock);
-    ChamberName[0] = QStringLiteral("C1");
-    EXPECT_NO_THROW(WriteMessageLog("START WAIT", 1));
-    EXPECT_TRUE(dir.read("Message/C1/20240131_M.log").endsWith("START WAIT\r\n"));
-    QDir(dir.file("Message")).removeRecursively();
-    dir.write("Message", "a file where the folder should be");
-    EXPECT_THROW(WriteMessageLog("x", 1), RuntimeError);
-}
-
-// Guards the tree for the chambers in use, and that a folder that cannot be
-// made ends the routine quietly with the later ones unmade.
+// Guards the folder tree for the chambers in use, and a folder that cannot be made ending the routine quietly.
 TEST(Folders, MakesTheTreeInOrderAndStopsQuietlyAtOneThatCannotBeMade) {
     qeltest::AppDir dir;
     MaxChamberNo = 2;

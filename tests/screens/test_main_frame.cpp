@@ -1,4 +1,4 @@
-// The main frame's start-up, toolbar and exit on the shipped folder, with a scripted operator and a recording host.
+// The main frame's start-up on the shipped folder, with a scripted operator and a recording host.
 #include "app_dir.h"
 #include "app_folder.h"
 #include "link.h"
@@ -69,32 +69,3 @@ TEST_F(Frame, LoadShowsTheSetUpTheOverviewOrTheOnlyPage) {
     }
 }
 
-// Guards the exit question: No keeps the station polling, yet its line is logged.
-TEST_F(Frame, CancelAtExitKeepsRunningAndTheLogLine) {
-    load(2);
-    op.confirmations = {false};
-    EXPECT_FALSE(frame.queryUnload(true));
-    EXPECT_TRUE(frame.readComm().isActive());
-    EXPECT_EQ(dir.errorLog().count("User End Program"), 1);
-}
-
-// Guards the toolbar: a refusal, the form each key opens, and the poll timer stopped for a shown form only.
-TEST_F(Frame, ToolbarGuardsAndTheTimerAroundModalForms) {
-    load(3);  // on overview 1
-    StatusPanel2 = "2";
-    CommError[1] = -1;
-    frame.toolbarClick(6);  // a lost chamber gets no wait settings
-    EXPECT_EQ(op.asked.last(), "message|Error|The chamber is not in use or not communicating.");
-    CommError[1] = 0;
-    host.modalResult = false;  // the form could not be shown: polling goes on
-    frame.toolbarClick(6);
-    EXPECT_TRUE(frame.readComm().isActive());
-    host.modalResult = true;  // a shown form stops the timer
-    frame.toolbarClick(8);
-    EXPECT_FALSE(frame.readComm().isActive());
-    for (int key : {3, 9, 1, 11}) frame.toolbarClick(key);
-    EXPECT_EQ(StatusPanel2, "0");
-    EXPECT_EQ(host.calls, QStringList({"overview 1", Modal(FrameForm::WaitOperSet), Modal(FrameForm::Display),
-                                       Modal(FrameForm::Pattern),
-                                       "choose " + dir.path() + "Message/", "overview 1", "close"}));
-}

@@ -7,8 +7,7 @@
 
 using namespace qel;
 
-// Guards a chamber that is off, not polled or lost looking healthy: no value,
-// a word of its own; a polled one shows its input status before its value.
+// Guards an off, unpolled or lost chamber looking healthy, and the input status shown before the value.
 TEST(ValueText, DeadChambersShowNoValueAndInputStatusWinsInOrder) {
     qeltest::AppDir dir;
     ClearLanguageTables();
@@ -38,21 +37,3 @@ TEST(ValueText, DeadChambersShowNoValueAndInputStatusWinsInOrder) {
     EXPECT_EQ(PVText(1, 2) + " " + PVText(1, 3), "25 -1.50");  // the channel's decimal places
 }
 
-// Guards the state word of each value of the page's status table, with the
-// fixed-mode word deciding among the stopped states (English, no language tables).
-TEST(ValueText, StateWordsFollowThePageTable) {
-    qeltest::AppDir dir;
-    ClearLanguageTables();
-    ChamberModel[0] = "QEL2000";
-    const struct { int16_t status, fix; const char* word; } rows[] = {
-        {1, 0, "PROGRAM RUN"}, {65, 0, "WAIT RUN"}, {2, 1, "FIX RUN"},   {5, 0, "HOLD"},
-        {17, 0, "PROGRAM WAIT"}, {18, 1, "FIX WAIT"}, {0, 0, "STOP"},  {0, 1, "FIX STOP"},
-        {64, 0, "STOP"},       {64, 3, "FIX STOP"}, {128, 0, "END"},    {192, 0, "END"},
-        {128, 1, "FIX STOP"},  {256, 0, "STOP"},    {256, 1, "FIX STOP"}, {3, 0, "3"}, {66, 0, "66"},
-    };
-    for (const auto& r : rows) {
-        Chamber[0].Status[0] = r.status;
-        Chamber[0].FixMode[0] = r.fix;
-        EXPECT_EQ(StateWord(1, 1), r.word) << r.status << "/" << r.fix;
-    }
-}

@@ -64,18 +64,3 @@ inline QByteArray Section(const QByteArray& name, int count, const std::function
         if (const QByteArray l = line(i); !l.isEmpty()) s += l + "\r\n";
     return s;
 }
-
-// A complete language file in its documented sections; entry k of section s reads "<s> <k>/".
-inline QByteArray LanguageFile() {
-    const struct { const char* name; int count; } layout[] = {
-        {"Configration", 20},    {"DIUserName", 1},  {"DisplaySet", 15}, {"GraphSetting", 18}, {"LampSelect", 4},
-        {"PTGraphSetScreen", 4}, {"FunctionSet", 8}, {"UserTag", 14},    {"WaitOperSet", 10},  {"MainForm", 20},
-        {"PublicForm", 19},      {"QELForm", 35},    {"QELMessage", 15}, {"Pattern", 72},
-    };
-    QByteArray file;
-    for (const auto& s : layout)
-        file += Section(s.name, s.count, [&](int k) {
-            return QByteArray::number(k) + "=" + s.name + " " + QByteArray::number(k) + "/";
-        });
-    return file;
-}

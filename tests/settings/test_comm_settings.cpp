@@ -16,14 +16,13 @@ const char* const kFullSetComm =
     "Stop Bit=2\nData Len=7\nPCSpeed=800\n[Ports]\nCOM1=/dev/ttyUSB0\nCOM3= /dev/ttyACM1 \nCOM4=\n"
     "[FileSaveSec]\nFileSave=10\n[Language]\nLanguage=KOR\n"
     "[ButtonSet]\nDisbuttonRun=1\nDisbuttonStop=0\nDisbuttonAdv=1\nDisbuttonHold=1\nDisbuttonAuto=1\n"
-    "DisplayStatus=1\nDisplaySound=1\n[CommData]\nCommDataSave=1\n";
+    "DisplayStatus=1\nDisplaySound=1\n[CommData]\nCommDataSave=1\nFastReply=1\n";
 
 class ReadCominiTest : public SettingsTest {
 protected:
     void SetUp() override {
-        // The Korean file with "챔버" in CP949 as entry 1 of "MainForm".
-        write("string-rkr.xml", LanguageFile().replace("1=MainForm 1/", "1=\xC3\xA8\xB9\xF6/"));
-        write("string-ren.xml", LanguageFile());
+        for (const QString f : {"string-rkr.xml", "string-ren.xml"})
+            QFile::copy(QStringLiteral(QEL_DEFAULT_APP_DIR "/") + f, app.file(f));
     }
 };
 
@@ -38,43 +37,26 @@ TEST_F(ReadCominiTest, HandWrittenFileLoadsIntoEveryGlobal) {
               (QStringList{"ASC", "38400", "Even", "2", "7", "KOR"}));
     EXPECT_EQ((std::vector<int>{qel::RemotePort, qel::PortNumber, qel::PCSpeed, qel::FileSave, qel::DisbuttonRun,
                                 qel::DisbuttonStop, qel::DisbuttonAdv, qel::DisbuttonHold, qel::DisbuttonAuto,
-                                qel::DisplayStatus, qel::DisplaySound, qel::CommDataSave}),
-              (std::vector<int>{1502, 3, 800, 10, 1, 0, 1, 1, 1, 1, 1, 1}));
-    EXPECT_EQ(qel::Lang("MainForm", 1), QStringLiteral(u"챔버"));
-    EXPECT_EQ(qel::Lang("Pattern", 72), "Pattern 72");
+                                qel::DisplayStatus, qel::DisplaySound, qel::CommDataSave, qel::FastReply}),
+              (std::vector<int>{1502, 3, 800, 10, 1, 0, 1, 1, 1, 1, 1, 1, 1}));
+    EXPECT_EQ(qel::Lang("MainForm", 1), QStringLiteral(u"QEL 챔버 모니터링 시스템"));  // the Korean file, from CP949
+    EXPECT_FALSE(qel::Lang("Pattern", 72).isEmpty());
     // Ports: the listed devices only, blanks trimmed, the old map cleared.
     EXPECT_EQ(qel::SerialPortDevices, (QMap<int, QString>{{1, "/dev/ttyUSB0"}, {3, "/dev/ttyACM1"}}));
 }
 
-// Guards the opt-in fast reply: on only for "FastReply=1" in [CommData]; absent (as in every existing
-// installation's file), 0 or anything else leaves it off, and no value of it stops the loader.
-TEST_F(ReadCominiTest, FastReplyOnlyWhenOne) {
-    const struct { const char* line; int16_t on; } rows[] = {
-        {"", 0}, {"FastReply=1", 1}, {"FastReply=0", 0}, {"FastReply=yes", 0}, {"FastReply=2", 0}, {"FastReply=", 0}};
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.line);
-        resetState();
-        qel::FastReply = 7;
-        write("SetComm.ini", Crlf(QByteArray(kFullSetComm) + r.line + "\n"));
-        qel::ReadCOMINI();
-        EXPECT_EQ(qel::FastReply, r.on);
-        EXPECT_EQ(errorLines(), QStringList());
-        EXPECT_EQ(qel::CommDataSave, 1);
-    }
-}
-
-// Guards the fallback of each value and that a stop keeps what was read
-// before it (the wrong setting reports are tabled with the whole folder).
+// Guards the fallback of each SetComm.ini value, and a stop of the loader keeping what it read before.
 TEST_F(ReadCominiTest, OneKeyChangedLoadsOrStopsTheLoaderKeepingWhatWasRead) {
     const struct { const char *key, *line; bool stops; const char* loaded; } rows[] = {
-        {"Parity", "", false, "None,10,KOR,1"},  // absent
-        {"Parity", "Parity=", false, "None,10,KOR,1"},
-        {"Parity", "Parity=1", false, "None,10,KOR,1"},
-        {"Parity", "Parity=3", false, "Odd,10,KOR,1"},
-        {"Parity", "Parity=7", false, "old,10,KOR,1"},  // any other value: unchanged
-        {"FileSave", "FileSave=0", false, "Even,1,KOR,1"},
-        {"Language", "Language=KORxx", false, "Even,10,KOR,1"},  // three letters count
-        {"Language", "Language=eng", true, "Even,10,eng,0"},     // only "ENG" has a file
+        {"Parity", "", false, "None,10,KOR,1,1"},  // absent
+        {"Parity", "Parity=", false, "None,10,KOR,1,1"},
+        {"Parity", "Parity=1", false, "None,10,KOR,1,1"},
+        {"Parity", "Parity=3", false, "Odd,10,KOR,1,1"},
+        {"Parity", "Parity=7", false, "old,10,KOR,1,1"},  // any other value: unchanged
+        {"FileSave", "FileSave=0", false, "Even,1,KOR,1,1"},
+        {"Language", "Language=KORxx", false, "Even,10,KOR,1,1"},  // three letters count
+        {"Language", "Language=eng", true, "Even,10,eng,0,0"},     // only "ENG" has a file
+        {"FastReply", "FastReply=yes", false, "Even,10,KOR,1,0"},  // the opt-in fast reply: on for 1 only
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
@@ -87,7 +69,8 @@ TEST_F(ReadCominiTest, OneKeyChangedLoadsOrStopsTheLoaderKeepingWhatWasRead) {
         const QByteArray before = read("SetComm.ini");
         qel::ReadCOMINI();
         EXPECT_EQ(QStringList({qel::Parity, QString::number(qel::FileSave), qel::Language,
-                               QString::number(qel::DisbuttonRun)}).join(','), r.loaded);
+                               QString::number(qel::DisbuttonRun), QString::number(qel::FastReply)}).join(','),
+                  r.loaded);
         EXPECT_EQ(qel::Protocol + QString::number(qel::RemotePort), "ASC1502");
         EXPECT_EQ(errorLines(), r.stops ? QStringList{"Invalid procedure call or argumentmodFunc.ReadCOMINI"}
                                         : QStringList());

@@ -112,19 +112,4 @@ TEST_F(ConfigReportTest, EachKindOfProblemIsReportedWithItsFallback) {
     }
 }
 
-// Guards against a problem listed twice, or kept after the folder is put right.
-TEST_F(ConfigReportTest, EveryProblemOfAStartUpIsListedOnceAndTheNextStartUpStartsAfresh) {
-    loadShippedFolder();
-    Remove("SetComm.ini")(app);
-    Tag("Model", "2", "QEL9999/")(app);
-    startUp();
-    startUp();  // a second reading of the same folder lists the same problems, not twice
-    EXPECT_EQ(qel::ConfigProblems(), (QStringList{"Chamber 2 has model \"QEL9999\" in SetUserTag.ini: it is not polled",
-                                                  "SetComm.ini is missing" + kDefaultLine}));
-    QFile::copy(kShipped + "SetComm.ini", app.file("SetComm.ini"));
-    Tag("Model", "2", "QEL2100/")(app);
-    startUp();
-    EXPECT_EQ(qel::ConfigProblems(), QStringList());
-}
-
 }  // namespace

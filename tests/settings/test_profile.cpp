@@ -79,17 +79,3 @@ TEST_F(ProfileTest, WriteChangesOnlyTheBytesItMust) {
 
 }  // namespace
 
-// Guards the kept copy of a file read again and again: it follows a save of the station's own at
-// once (same size, within the same millisecond), a rewrite from outside that changes the size, and a
-// file that goes away.
-TEST_F(ProfileTest, CachedFileFollowsEveryChange) {
-    const QString path = app.file("lamp.ini");
-    write("lamp.ini", Crlf("[S]\nA=1/\n"));
-    EXPECT_EQ(qel::CachedProfileFile(path).read("S", "A", "-", 10, 10), "1/");
-    ASSERT_TRUE(qel::WriteProfileString("S", "A", "0/", path));
-    EXPECT_EQ(qel::CachedProfileFile(path).read("S", "A", "-", 10, 10), "0/");
-    write("lamp.ini", Crlf("[S]\nA=1/\nB=2/\n"));
-    EXPECT_EQ(qel::CachedProfileFile(path).read("S", "B", "-", 10, 10), "2/");
-    QFile::remove(path);
-    EXPECT_EQ(qel::CachedProfileFile(path).read("S", "A", "-", 10, 10), "-");
-}

@@ -20,8 +20,7 @@ const QString kShipped = QStringLiteral(QEL_DEFAULT_APP_DIR "/");
 class ShippedFolderTest : public SettingsTest,
                           public ::testing::WithParamInterface<std::pair<const char*, const char*>> {};
 
-// Guards the shipped files: complete for every loader (a missing key or lamp
-// entry leaves an error line), CP949, and nothing to report to the operator.
+// Guards the shipped folder: complete for every loader in each language, CP949, nothing to report.
 TEST_P(ShippedFolderTest, EveryLoaderReadsItWithoutAnErrorLineOrAProblem) {
     const auto [language, name] = GetParam();
     for (const QString& f : QDir(kShipped).entryList(QDir::Files)) QFile::copy(kShipped + f, app.file(f));

@@ -12,8 +12,7 @@ namespace {
 using qel::LampForm;
 using TableTest = SettingsTest;
 
-// Guards the key naming: MAX_<chamber>_<channel>, COLOR_<trace>_<chamber>, PATTERN_Set read only
-// with 99, and DI names by DIERRORNAME_<chamber>, in CP949 and cut at the first "/".
+// Guards the key names of trend scales and colours, the pattern scale and DI names (CP949, cut at the first "/").
 TEST_F(TableTest, KeysOfTrendScalesAndDINames) {
     write("SetScreensGraphInfo.ini", Crlf("[Set_3]\nMAX_3_1=150\nMAX_1_3=99\n[Set_7]\nCOLOR_3_7=16777215\n"
                                           "COLOR_7_3=111\n[PATTERN_Set]\nMAX=180\n"));
@@ -45,20 +44,7 @@ QByteArray Lamps(const char* word, int chamber, int count, const char* prefix) {
                    [&](int i) { return LampKey(i) + "=" + prefix + QByteArray::number(i) + "=1/"; });
 }
 
-// Guards the stop at the first entry without "/": a QEL2100 whose first file has 104 entries never reads its second.
-TEST_F(TableTest, LampReadStopsAtAnEntryWithoutSlashSoAShortFirstFileHidesTheSecond) {
-    qel::ChamberModel[1] = "QEL2100";
-    write("SetLamp_2000.ini", Lamps("QEL2000", 1, 105, "X") + Lamps("QEL2000", 2, 104, "A"));
-    write("SetLamp_2100.ini", Lamps("QEL2100", 2, 105, "B"));
-    qel::ReadLampSelect(2);
-    const auto& lamps = qel::Log[1].Lamp2000;
-    EXPECT_EQ(errorLines(), QStringList{"Invalid procedure call or argumentmodFunc.ReadLampSelect"});
-    EXPECT_EQ((QStringList{lamps[0][1], lamps[0][104], lamps[0][105], lamps[1][1]}),
-              (QStringList{"A1=1", "A104=1", "", ""}));  // chamber 2's own section, up to the stop
-}
-
-// Guards which entries the form shows and sets by flag and Board ("0" hides the second DI board), and
-// the stored bytes: every entry, other chambers' sections kept, and the page's captions in order.
+// Guards the lamp form's entries by flag and Board, and the stored bytes: every entry, others' sections kept.
 TEST_F(TableTest, LampFormShowsByFlagAndBoardAndStoresEveryEntry) {
     const auto label = [](int i) { return qel::DefaultLampLabel(LampForm::Lamp2100, i); };
     qel::LampTable& table = qel::Log[6].Lamp2000[1];  // chamber 7, channel 2

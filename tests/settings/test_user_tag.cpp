@@ -11,8 +11,7 @@ namespace {
 
 using UserTagTest = SettingsTest;
 
-// Guards each key's section and name, the cut of names at the first "/" and of addresses at the first "E",
-// CP949 text, and the channel count by model (plain values are read end to end in the station tests).
+// Guards each SetUserTag.ini key's section and name, names cut at "/", addresses at "E", CP949, channel counts.
 TEST_F(UserTagTest, HandWrittenTableLoads) {
     const QMap<QByteArray, QByteArray> own = {  // "Section/key" of its own; every other key of 30 chambers plain
         {"Name/2", "Lab/B/"},    {"IPAddNo/2", "HOSTE.localE"}, {"Model/1", "QEL2000/"},   {"Model/2", "QEL2100/"},

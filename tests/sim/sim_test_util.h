@@ -33,8 +33,8 @@ inline void Send(qelsim::Chamber& c, const QByteArray& hex) {
     const QByteArray req = QByteArray::fromHex(hex);
     EXPECT_EQ(c.handlePdu(req), req[0] == '\x06' ? req : req.left(5)) << hex.constData();
 }
-inline void Send(qelsim::Chamber& c, std::initializer_list<const char*> bodies) {
-    for (const char* b : bodies) Send(c, QByteArray(b));
+inline void Send(qelsim::Chamber& c, std::initializer_list<QByteArray> bodies) {
+    for (const QByteArray& b : bodies) Send(c, b);
 }
 
 }  // namespace simtest

@@ -1,5 +1,7 @@
-// The QEL2000/QEL2100 register model through Modbus pdus, time passed in;
-// register numbers written out from the controllers' map.
+// The controller models through Modbus pdus, time passed in: limits, keys,
+// and stored programs running as stored. Register numbers and request bodies
+// are written out from the controllers' maps and from what the station sends.
+// The maps the poll reads are checked through qelpoll (tests/integration).
 #include <gtest/gtest.h>
 
 #include "model.h"
@@ -7,11 +9,12 @@
 
 using namespace qelsim;
 using simtest::H;
+using simtest::Send;
 
 namespace {
 
-std::unique_ptr<Chamber> Make(const char* model) {
-    auto chamber = MakeChamber({1, model, {}, false});
+std::unique_ptr<Chamber> Make(const char* model, std::vector<int> decimals = {}) {
+    auto chamber = MakeChamber({1, model, std::move(decimals), false});
     chamber->step(QDateTime(QDate(2024, 1, 31), QTime(8, 15, 7)));
     return chamber;
 }
@@ -76,22 +79,7 @@ TEST(Model, KeysSetTheStatusOfTheirChannelOnly) {
     }
 }
 
-// Guards a run over time: PV reaching the set point, the end date while running and after a stop.
-TEST(Model, RunOverTime) {
-    auto c = Make("QEL2000");
-    for (auto [reg, value] : {std::pair{0x006E, 1}, {0x0067, 800}, {0x0070, 1}, {0x0071, 2}, {0x0065, 1}})
-        Write(*c, reg, value);  // a fixed run to 80.0, with a timer of 2 h, at 2024-01-31 08:15:07
-    EXPECT_EQ(c->reg(0x000B), 800);
-    c->step(c->now().addSecs(600));
-    EXPECT_TRUE(c->reg(0x0009) >= 795 && c->reg(0x0009) <= 800) << "close to the set point after ten minutes";
-    EXPECT_EQ(Read(*c, 0x039C, 5), (std::vector<uint16_t>{2024, 1, 31, 10, 15})) << "the end does not move";
-    Write(*c, 0x0065, 4);
-    EXPECT_EQ(Read(*c, 0x039C, 5), (std::vector<uint16_t>{1970, 1, 1, 0, 0})) << "unset";
-}
-
-// Guards a pattern stored through the command window running as stored: its
-// segments (hours register x 3600 + remainder), its repeat count and the end
-// date that follows from both.
+// Guards a stored pattern running as stored: segments (hours x 3600 + remainder), repeats and the end date.
 TEST(Model, StoredPatternRunsItsSegmentsAndRepeats) {
     auto c = Make("QEL2000");
     // Channel index 0, pattern 7: segment 1 to 50.0 in 1 h, segment 2 to 30.0 in 1 h 30 min,
@@ -116,4 +104,32 @@ TEST(Model, StoredPatternRunsItsSegmentsAndRepeats) {
     EXPECT_EQ(at(), (std::vector<int>{1, 1, 2, 2})) << "second pass";
     c->step(c->now().addSecs(9000));
     EXPECT_EQ(c->reg(0x0004) & 0xFF, 0) << "ended by itself after the second pass";
+}
+
+// Guards a QEL2300 room program: Hi, Ex (defrost type 2 or more only), Lo, `Side`, the repeats and the end date.
+TEST(Model, Qel2300RoomProgramRuns) {
+    const struct { int defrostType, exSeconds; std::vector<uint16_t> end; } rows[] = {
+        {0, 0, {2024, 1, 31, 11, 15}},    // (1 h + 30 min) x 2 from 08:15:07
+        {2, 900, {2024, 1, 31, 11, 45}},  // (1 h + 15 min + 30 min) x 2
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.defrostType);
+        auto c = Make("QEL2300", {1, 0, 2});
+        // Pattern 4, repeat 2: Hi 150.0 for 1 h, Ex 25 for 15 min, Lo -40.00 for 30 min.
+        Send(*c, {"100900000306000400040005", "0608FC0004",
+                  QByteArray("10091800050A00020000000") + char('0' + row.defrostType) + "00010001",
+                  "10091D000306000000000000", "10092000030605DC0019F060", "10092300020400010000",
+                  "10092500020400000384", "10092700020400000708", "0609020003"});
+        Send(*c, {"0600310004", "0600320001"});  // pattern 4 to run; run
+        EXPECT_EQ((std::vector<int>{c->reg(0x0005) & 0xFF, c->reg(0x00B5), c->reg(0x0009), c->reg(0x008D)}),
+                  (std::vector<int>{1, 0, 1500, 2})) << "running in the Hi room at 150.0, two passes";
+        EXPECT_EQ(Read(*c, 0x0097, 5), row.end);
+        c->step(c->now().addSecs(3600 + 60));
+        EXPECT_EQ(c->reg(0x00B5), row.exSeconds ? 1 : 2) << "the room after Hi";
+        const int pass = 3600 + row.exSeconds + 1800;
+        c->step(c->now().addSecs(pass - 3600));
+        EXPECT_EQ((std::vector<int>{c->reg(0x008C), c->reg(0x00B5)}), (std::vector<int>{2, 0})) << "second pass, Hi";
+        c->step(c->now().addSecs(pass));
+        EXPECT_EQ(c->reg(0x0005) & 0xFF, 0) << "ended by itself";
+    }
 }

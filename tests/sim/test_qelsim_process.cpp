@@ -38,10 +38,7 @@ const char* const NoPymodbus = "pymodbus for /usr/bin/python3 is not installed";
 
 }  // namespace
 
-// Guards one refused option; then per line --frozen with --set (a value holds
-// though nothing runs), and pymodbus reading and writing a thawed chamber:
-// over TCP at its own address, on RTU and ASCII through the link, which goes
-// with qelsim.
+// Guards a refused option, --frozen with --set, and pymodbus reading and writing over TCP, RTU and ASCII.
 TEST(QelsimProgram, FrozenChamberAndPymodbusOverTcpAndThePty) {
     const qeltest::RunResult bad = qeltest::Run(QELSIM_PATH, {"--chamber", "1:QEL9"}, 5000);
     EXPECT_EQ(bad.exitCode, 2);

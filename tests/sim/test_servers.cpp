@@ -5,7 +5,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <QElapsedTimer>
 #include <QTcpSocket>
 #include <QtCore/qtestsupport_core.h>
 
@@ -117,34 +116,3 @@ TEST_P(EveryFraming, FaultRepliesAreTheseBytes) {
         << "the connection goes after half a reply";
 }
 
-// Guards that a late reply holds up neither the line nor the other chambers.
-TEST_P(EveryFraming, DelayedReplyComesLateWhileOtherChambersAnswer) {
-    command("delay 1 600");
-    QElapsedTimer clock;
-    clock.start();
-    send(1, wire.readStatus);
-    send(2, wire.askTwo);
-    EXPECT_EQ(read(2, wire.twoReply.size(), 2000), wire.twoReply);
-    EXPECT_TRUE(read(1, 1, 0).isEmpty()) << "chamber 1's reply is still to come";
-    EXPECT_EQ(read(1, wire.goodReply.size(), 3000), wire.goodReply);
-    EXPECT_GE(clock.elapsed(), 600);
-}
-
-// Guards the endless stream: a closing serial peer or "normal" ends it; others are served meanwhile.
-TEST_P(EveryFraming, BabbleStreamsUntilNormalOrThePeerClosesThenTheChamberAnswersAgain) {
-    command("babble 1");
-    send(1, wire.readStatus);
-    EXPECT_GE(read(1, 8192, 5000).size(), 8192) << "far beyond any reply";
-    if (framing != Framing::Tcp) {
-        ASSERT_TRUE(reopen());
-        EXPECT_TRUE(read(1, 1, 80).isEmpty()) << "the close ended the stream";
-    }
-    send(2, wire.askTwo);
-    EXPECT_EQ(read(2, wire.twoReply.size(), 2000), wire.twoReply);
-    send(1, wire.readStatus);
-    EXPECT_FALSE(read(1, 1, 2000).isEmpty()) << "babbling still";
-    command("normal 1");
-    (void)read(1, 1 << 30, 500);  // what was already under way
-    send(1, wire.readStatus);
-    EXPECT_EQ(read(1, wire.goodReply.size(), 2000), wire.goodReply) << "the stream ended";
-}

@@ -1,6 +1,5 @@
 #include "fake_serial.h"
 
-#include "clock.h"
 #include "link.h"
 #include "runtime_error.h"
 
@@ -10,7 +9,6 @@ namespace qeltest {
 
 void FakeSerialPort::setPortOpen(bool open) {
     if (open && open_) throw qel::RuntimeError(qel::err::PortAlreadyOpen);
-    if (open && failOpen) throw qel::RuntimeError(qel::err::DeviceUnavailable);
     if (open != open_) ++(open ? opens : closes);
     open_ = open;
 }
@@ -18,24 +16,10 @@ void FakeSerialPort::setPortOpen(bool open) {
 void FakeSerialPort::output(const QByteArray& bytes) {
     if (!open_) throw qel::RuntimeError(qel::err::PortNotOpen);
     sent.append(bytes);
-    if (reply) inFlight_.append({qel::CurrentClock().elapsedMs() + replyAfterMs, reply(bytes)});
+    if (reply) pending_ += reply(bytes);
 }
 
-void FakeSerialPort::arrive() {
-    const int64_t now = qel::CurrentClock().elapsedMs();
-    while (!inFlight_.isEmpty() && inFlight_.first().first <= now) pending_ += inFlight_.takeFirst().second;
-}
-
-int FakeSerialPort::inBufferCount() {
-    arrive();
-    if (open_ && babbleBytes > 0) pending_ += QByteArray(babbleBytes, ':');
-    return static_cast<int>(pending_.size());
-}
-
-QByteArray FakeSerialPort::input() {
-    arrive();
-    return std::exchange(pending_, QByteArray());
-}
+QByteArray FakeSerialPort::input() { return std::exchange(pending_, QByteArray()); }
 
 FakeSerialPort* InstallFakeSerialPort() {
     auto port = std::make_unique<FakeSerialPort>();

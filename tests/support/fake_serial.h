@@ -13,10 +13,7 @@ namespace qeltest {
 
 class FakeSerialPort : public qel::SerialPort {
 public:
-    std::function<QByteArray(const QByteArray& request)> reply;  // answers each request sent
-    int replyAfterMs = 0;  // the answer arrives this late (current clock); it outlives a close, as on a wire
-    int babbleBytes = 0;   // a device that never stops: every look finds this many more bytes
-    bool failOpen = false;
+    std::function<QByteArray(const QByteArray& request)> reply;  // answers each request sent, at once
     int opens = 0;
     int closes = 0;
     QString settings;
@@ -26,17 +23,15 @@ public:
     void setCommPort(int) override {}
     void setSettings(const QString& s) override { settings = s; }
     void setPortOpen(bool open) override;
-    int inBufferCount() override;
+    int inBufferCount() override { return static_cast<int>(pending_.size()); }
     void clearInBuffer() override { input(); }
     void clearOutBuffer() override {}
     void output(const QByteArray& bytes) override;
     QByteArray input() override;
 
 private:
-    void arrive();
     bool open_ = false;
     QByteArray pending_;
-    QList<QPair<int64_t, QByteArray>> inFlight_;
 };
 
 // Puts a scripted port in place of the main serial port; the link owns it.

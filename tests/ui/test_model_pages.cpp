@@ -41,8 +41,7 @@ void Fill(ChamberRec& r, int status) {
 
 }  // namespace
 
-// Guards the road from record to screen for every layout, the QEL2200,
-// QEL2300 and QEL2400 included, whose lines come later.
+// Guards the road from record to screen for the page of every model.
 TEST(ModelPages, EachModelShowsItsRecord) {
     qeltest::AppDir dir;
     FillFromDefaults(QStringLiteral(QEL_DEFAULT_APP), dir.path());

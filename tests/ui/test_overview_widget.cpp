@@ -1,6 +1,10 @@
+// The overview as the operator sees it: cells, texts and colours as painted,
+// clicks; and the screen logic's grid by chamber count and a chamber number
+// outside the table.
 #include "app_dir.h"
 #include "overview_screen.h"
 #include "overview_widget.h"
+#include "runtime_error.h"
 #include "settings_state.h"
 #include "state.h"
 
@@ -17,7 +21,10 @@ namespace {
 
 class OverviewWidgetTest : public ::testing::Test {
 protected:
-    void SetUp() override { ResetSettingsState(); }
+    void SetUp() override {
+        ResetSettingsState();
+        MaxChamberNo = 4;
+    }
     void TearDown() override { ResetSettingsState(); }
 
     // Chambers 1..count of `model`, alive, loaded and polled on `screen`.
@@ -53,6 +60,7 @@ protected:
     qeltest::AppDir dir;
 };
 
+// Guards a cell's texts and colours as painted (alive, lost, unused, broken sensor) and clicks that select or open.
 TEST_F(OverviewWidgetTest, ShowsWhatTheScreenComputedAndClicksSelect) {
     ChamberModel[0] = "QEL2000";
     CommError[1] = -1;
@@ -91,28 +99,24 @@ TEST_F(OverviewWidgetTest, ShowsWhatTheScreenComputedAndClicksSelect) {
     EXPECT_EQ(pages, QList<int>{2});
 }
 
-// 30 cells on the smallest screen served: every cell visible inside the
-// window, a 40-character name elided within its own cell.
-TEST_F(OverviewWidgetTest, ThirtyCellsFitAt1366x768AndLongNamesStayInTheirCell) {
-    ChamberName[6] = QString(40, 'W');
-    OverviewScreen screen(5);
-    Line(screen, 30, "QEL2400");
-    OverviewWidget view(screen);
-    Show(view, 1366, 768);
+// Guards the grid by the chamber count (1, 2 x 2 ... 6 x 5), and a screen not in use losing its full grid.
+TEST_F(OverviewWidgetTest, CellsFollowTheChamberCount) {
+    const int rows[][2] = {{-1, 1}, {0, 1},   {1, 1},   {2, 4},   {4, 4},   {5, 9},   {9, 9},
+                           {10, 16}, {16, 16}, {17, 25}, {25, 25}, {26, 30}, {30, 30}, {31, 4}};  // 31: screen 1
+    for (const auto& r : rows) EXPECT_EQ(OverviewCellsFor(r[0]), r[1]) << r[0];
+    MaxChamberNo = 7;  // screen 2 in use; the others keep their full grid
+    const int cells[] = {4, 9, 16, 25, 30};
+    for (int screen = 1; screen <= 5; ++screen) EXPECT_EQ(OverviewScreen(screen).cellCount(), cells[screen - 1]);
+}
 
-    ASSERT_EQ(view.cells(), 30);
-    const auto rectOf = [&view](const QString& name) {
-        QWidget* w = W(view, name);
-        return QRect(w->mapTo(&view, QPoint(0, 0)), w->size());
-    };
-    for (int n = 1; n <= 30; ++n) {
-        EXPECT_TRUE(W(view, Indexed("CH3", n))->isVisible()) << n;
-        EXPECT_TRUE(view.rect().contains(rectOf(Indexed("CH3", n)))) << n;
-        EXPECT_GE(rectOf(Indexed("PV_CH3_3", n)).height(), 20) << n;
-    }
-    EXPECT_TRUE(rectOf("CH3(7)").contains(rectOf("lbl_Chamber_Name_CH3(7)")));
-    EXPECT_FALSE(rectOf("CH3(7)").intersects(rectOf("CH3(8)")));
-    EXPECT_EQ(view.shownTexts(7).first(), "  [" + QString(40, 'W') + "]");
+// Guards a chamber outside 1..30 in the refresh: logged, nothing changed, nothing thrown; the load raises it.
+TEST_F(OverviewWidgetTest, ChamberOutOfRangeIsLoggedNotThrown) {
+    OverviewScreen s(1);
+    const uint64_t before = s.controls().revision();
+    for (int16_t n : {int16_t(0), int16_t(31), int16_t(-1), int16_t(9) /* no cell: silent */}) EXPECT_NO_THROW(s.ReadComm(n));
+    EXPECT_EQ(s.controls().revision(), before);
+    EXPECT_EQ(dir.errorLog().count("Subscript out of rangefrmMenu.ReadComm_Notify_Err"), 3);
+    EXPECT_THROW(s.SetOverviewCells(0, 1), RuntimeError);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
-// The trend graph offscreen: with a file of 50000 rows and across the
-// rotation at 50001 it shows exactly the points of the file (read here line
-// by line), the zoom key turns on the rectangle, and the read-out names the
-// values under the mouse.
+// The trend graph offscreen: the points of the file across its rotation, the
+// span and zoom keys, the read-out of the values under the mouse, the colour
+// keys and a sample that cannot be written.
 #include "app_dir.h"
 #include "app_folder.h"
 #include "graph_settings.h"
@@ -14,6 +13,7 @@
 #include "state.h"
 #include "trend_graph_widget.h"
 #include "trend_points.h"
+#include "trend_view.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -27,7 +27,6 @@
 #include <qcustomplot.h>
 
 using namespace qel;
-using qeltest::FilePoints;
 
 namespace {
 
@@ -66,19 +65,6 @@ protected:
             page->trend().OperationGraph();
         }
     }
-    void expectFile() {
-        widget->refresh();
-        const auto file = FilePoints(dir.file("1OPData.csv"), Trend(1).counter());
-        for (int plot : {1, 3, 4, 6}) {
-            SCOPED_TRACE(plot);
-            const QList<QPointF>& want = file[plot];
-            const QList<QPointF> shown = widget->graph()->points(plot);
-            ASSERT_EQ(shown.size(), want.size());
-            EXPECT_EQ(shown.first(), want.first());
-            EXPECT_EQ(shown.last(), want.last());
-            EXPECT_TRUE(shown == want);
-        }
-    }
     qeltest::AppDir dir;
     ManualClock clock;
     ScriptedOperator op;
@@ -89,26 +75,7 @@ protected:
 
 }  // namespace
 
-// Guards what the operator sees against the file: 50000 rows drawn, then a
-// few more read only as they come, then the rotation at 50001 and after it.
-TEST_F(TrendGraph, ShowsThePointsOfTheFileAcrossTheRotation) {
-    samples(49990);
-    expectFile();
-    samples(10);
-    expectFile();
-    EXPECT_EQ(widget->graph()->points(1).size(), 50000);
-    samples(1);
-    EXPECT_EQ(Trend(1).counter(), 49001);
-    expectFile();
-    samples(3);
-    expectFile();
-    EXPECT_EQ(widget->graph()->points(1).size(), 49004);
-    EXPECT_FALSE(widget->graph()->plot()->graph(6)->visible());  // plot 7: a QEL2100 has no channel 3
-}
-
-// Guards the keys around the graph: the span combo sets the time axis, the
-// zoom key turns on the rectangle and Zoom off turns it off; the read-out
-// gives the time and the values at a sample.
+// Guards the span combo, the zoom keys and the read-out of the time and values at a sample.
 TEST_F(TrendGraph, SpanZoomAndReadout) {
     samples(5);
     widget->refresh();
@@ -132,10 +99,34 @@ TEST_F(TrendGraph, SpanZoomAndReadout) {
     EXPECT_TRUE(widget->graph()->readoutAt(t - 3600).isEmpty());
 }
 
-// A week of a simulated two-channel program (8-hour cycles of ramps and
-// soaks, PV following SP with a lag) through Operation_Graph every 2 s, the
-// rotations included, and the page that shows its last day. Only with
-// QEL_SCREENSHOT_DIR set: the picture of the README.
+// Guards the graph against the file across the rotation at 50001: it shows exactly the points the file holds.
+TEST_F(TrendGraph, ShowsThePointsOfTheFileAcrossTheRotation) {
+    for (int n : {50001, 3}) {
+        samples(n);
+        widget->refresh();
+        const auto file = qeltest::FilePoints(dir.file("1OPData.csv"), Trend(1).counter());
+        for (int plot : {1, 3, 4, 6}) EXPECT_TRUE(widget->graph()->points(plot) == file[plot]) << plot;
+    }
+    EXPECT_EQ(widget->graph()->points(1).size(), 49004);
+}
+
+// Guards a colour key: plot, legend, axis and settings file take the colour; cancel changes nothing; the box hides it.
+TEST_F(TrendGraph, ColourKeyWritesAtOnce) {
+    TrendView& v = page->trend();
+    op.colors = {};
+    EXPECT_FALSE(v.chooseColor(4, op));
+    op.colors = {0x0000FF};
+    EXPECT_TRUE(v.chooseColor(4, op));
+    EXPECT_EQ(v.plot(4).color, 0x0000FF);
+    EXPECT_EQ(v.axis(4).color, 0x0000FF);
+    EXPECT_EQ(PageControls(1).get("lblColor(4)").back, colors::kRed);
+    EXPECT_TRUE(dir.read("SetScreensGraphInfo.ini").contains("COLOR_4_1=255"));
+    PageControls(1).setValue("lblColor(4)", false);
+    EXPECT_FALSE(v.plotShown(4));
+    EXPECT_TRUE(v.plotShown(5));
+}
+
+// Guards the graph holding other than the file's rows after a week of samples; makes the README's picture.
 TEST_F(TrendGraph, AWeekOfTrendPicture) {
     const QString pictures = qEnvironmentVariable("QEL_SCREENSHOT_DIR");
     if (pictures.isEmpty()) GTEST_SKIP() << "pictures only";

@@ -1,10 +1,15 @@
-// The QEL2000/QEL2100 poll block against replies built here from the
-// controller's register map, on a scripted RTU line with a manual clock.
+// The poll blocks on a scripted RTU line with a manual clock: the QEL2000
+// family's value forms against a table written from its register map, the
+// order of the hooks a cycle runs, and what a failed read leaves. The maps of
+// the QEL2200, QEL2300 and QEL2400 are checked through qelsim and qelpoll
+// (tests/integration).
 #include "app_dir.h"
 #include "clock.h"
 #include "fake_serial.h"
 #include "link.h"
 #include "qel2000_poll.h"
+#include "qel2400_poll.h"
+#include "reply_text.h"
 #include "state.h"
 #include "station_hooks.h"
 
@@ -35,12 +40,12 @@ protected:
         Hooks = StationHooks{};
         RemoveLink();
     }
-    // The controller: a read answers from `regs`; block 2 is silent when asked.
+    // The controller answers a read from `regs`; a read from `silentFrom` gets no answer.
     QByteArray Answer(const QByteArray& req) {
-        requests << QString::fromLatin1(req.toHex().toUpper());
-        if (silentBlock2 && req[2] == '\x03') return {};
         const int first = static_cast<uint8_t>(req[2]) << 8 | static_cast<uint8_t>(req[3]);
         const int count = static_cast<uint8_t>(req[4]) << 8 | static_cast<uint8_t>(req[5]);
+        requests << QString::fromLatin1(req.left(6).toHex().toUpper());
+        if (first == silentFrom) return {};
         return qeltest::WithCrc(qeltest::ReadReplyBody(1, first, count, [this](int r) { return regs.value(r, 0); }));
     }
 
@@ -48,15 +53,14 @@ protected:
     ManualClock clock;
     qeltest::FakeSerialPort* port = nullptr;
     QMap<int, uint16_t> regs;
-    bool silentBlock2 = false;
+    int silentFrom = -1;
     QStringList requests;
     QStringList calls;
 };
 
 }  // namespace
 
-// Guards the value forms of block 1: the status low byte, signed words scaled by the channel's decimal
-// places ("00", none), time form A (h, s) and form B (h, whole hours of the minutes, s), the relay words.
+// Guards the QEL2000 family's block 1: status low byte, scaling by places, time forms A and B, the relay words.
 TEST_F(PollBlock, DecodesTheValueFormsOfBlockOne) {
     regs = {{0x06, 0xAB04}, {0x09, 0x8000}, {0x0A, 2534}, {0x1D, 2},      {0x1E, 75},
             {0x1F, 30},     {0x78, 6},      {0x79, 20},   {0x1C, 0x0A0A}, {0x1B, 0x0B0B}};
@@ -70,8 +74,7 @@ TEST_F(PollBlock, DecodesTheValueFormsOfBlockOne) {
     row("RelayWordA, second", r.RelayWordA, 0x0A0A), row("RelayWordB, first", r.RelayWordB, 0x0B0B);
 }
 
-// Guards the hooks' order, run log by linked run, the trend at most every two seconds,
-// and a fixed-run change reported once.
+// Guards the hooks' order, the run log by linked run, the trend at most every 2 s, a fixed-run change reported once.
 TEST_F(PollBlock, HooksRunInOrder) {
     ReadCommBlock(1);
     clock.advanceMs(2000);
@@ -96,10 +99,26 @@ TEST_F(PollBlock, FailedReadLeavesTheRecordAsItWas) {
     EXPECT_TRUE(calls.isEmpty());
     port->reply = [this](const QByteArray& req) { return Answer(req); };
     regs[0x0004] = 0x0001;  // running: block 2 is read, and it is silent
-    silentBlock2 = true;
+    silentFrom = 0x039C;
     ReadCommBlock(1);
     EXPECT_DOUBLE_EQ(Chamber[0].PV[0], 99.9);  // block 1 was taken
     EXPECT_EQ(FailCount[0], 1);
+    EXPECT_TRUE(calls.isEmpty());
+}
+
+// Guards a silent QEL2400 end-date or third read: the cycle ends with what came before, no log, event or date.
+TEST_F(PollBlock, Qel2400FailedReadsEndTheCycle) {
+    ChamberModel[0] = "QEL2400";
+    regs = {{0x0009, 100}, {0x0087, 2024}, {0x0088, 1}, {0x0089, 1}, {0x00C8, 3}};
+    silentFrom = 0x0087;
+    QEL2400_ReadCommBlock(1);
+    EXPECT_DOUBLE_EQ(Chamber[0].PV[0], 10.0);
+    EXPECT_FALSE(Chamber[0].EndDate[0].isValid());
+    silentFrom = 0x00C8;
+    clock.advanceMs(1000);
+    QEL2400_ReadCommBlock(1);
+    EXPECT_EQ(Chamber[0].EndDate[0], QDateTime(QDate(2024, 1, 1), QTime(0, 0)));
+    EXPECT_EQ(Chamber[0].PTNo[0], 0);
     EXPECT_TRUE(calls.isEmpty());
 }
 
@@ -111,5 +130,15 @@ TEST_F(PollBlock, SwitchedOffOrOutsideTheTable) {
     EXPECT_EQ(CommError[0], 0);
     EXPECT_EQ(dir.errorLog(), "");
     ReadCommBlock(31);
-    EXPECT_TRUE(dir.errorLog().contains("  Subscript out of rangemodCommControl.ReadCommBlock\r\n"));
+    QEL2400_ReadCommBlock(31);
+    EXPECT_EQ(dir.errorLog().count("  Subscript out of rangemodCommControl.ReadCommBlock\r\n"), 2);
+}
+
+// Guards reading a register off the reply text as Val("&H" + 4 characters): signed, any case, short, no digit.
+TEST(ReplyText, RegistersAsValReadsThem) {
+    const struct { const char* text; int16_t want; } rows[] = {
+        {"010302FFFF", -1}, {"0103028000", -32768}, {"01030200ff", 255}, {"0103027FFF", 32767},
+        {"01030212", 0x12}, {"0103021G34", 1}, {"010302", 0}, {"010302 123", 0x123},  // Val skips blanks
+    };
+    for (const auto& r : rows) EXPECT_EQ(RegisterAt(QString::fromLatin1(r.text), 0, 0), r.want) << r.text;
 }
