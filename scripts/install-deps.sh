@@ -5,6 +5,7 @@ set -euo pipefail
 
 PKGS=(
   build-essential cmake ninja-build pkg-config
+  clang libclang-rt-14-dev  # sanitizer and fuzz build (scripts/sanitize.sh): clang, ASan/UBSan and libFuzzer runtimes
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev qt6-base-dev-tools qt6-serialport-dev libqt6serialport6
   libqcustomplot-dev

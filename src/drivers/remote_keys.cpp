@@ -10,6 +10,8 @@
 #include "station_hooks.h"
 #include "vbtext.h"
 
+#include <algorithm>
+
 namespace qel {
 
 namespace {
@@ -50,7 +52,11 @@ void WithPollStopped(const QString& logName, Work work) {
 void Write(int16_t chamber, const QString& body) {
     if (body.isEmpty()) return;
     int16_t minLen = 4;
-    ModbusTransact(QString(), minLen, chamber, static_cast<int16_t>(Val(ChamberAddress[ChamberIndex(chamber)])), body);
+    // The address number as a 16-bit value, saturated: SetUserTag.ini may
+    // hold one no 16 bits take ("40000"), which the exchange then refuses.
+    const double address = Val(ChamberAddress[ChamberIndex(chamber)]);
+    const auto addrNo = static_cast<int16_t>(std::clamp(address, -32768.0, 32767.0));
+    ModbusTransact(QString(), minLen, chamber, addrNo, body);
 }
 
 void SendKey(int16_t chamber, Key key, const QString& logName, bool fixRun = false) {

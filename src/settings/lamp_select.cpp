@@ -7,6 +7,9 @@
 #include "value_forms.h"
 #include "vbtext.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace qel {
 
 namespace {
@@ -176,7 +179,11 @@ QString LampLabel(const QString& entry) {
 
 int LampFlag(const QString& entry) {
     const qsizetype eq = entry.indexOf(u'=');
-    return eq < 0 ? 0 : static_cast<int>(Val(entry.mid(eq + 1)));
+    if (eq < 0) return 0;
+    // Saturated: a flag no int holds ("DI 3=1e10" in a damaged lamp file) is
+    // set, as its text says, not a conversion out of range.
+    const double flag = Val(entry.mid(eq + 1));
+    return static_cast<int>(std::clamp<double>(flag, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 LampTable& LampTableOf(LampForm form, int16_t chamber, int channel) {

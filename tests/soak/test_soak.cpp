@@ -25,6 +25,12 @@
 #include "tcp_server.h"
 #include "vbtext.h"
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QEL_UNDER_ASAN 1
+#endif
+#endif
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -320,6 +326,12 @@ TEST(Soak, ThirtyChambersWithFaultsForSimulatedDays) {
     EXPECT_EQ(gaps, 0u);
     EXPECT_EQ(halfRows, 0u);
     EXPECT_GT(rows, 0u);
+#if defined(__SANITIZE_ADDRESS__) || defined(QEL_UNDER_ASAN)
+    // AddressSanitizer keeps freed blocks in quarantine and every allocation's stack for good: the
+    // resident size of the sanitizer build says nothing about the station's own growth.
+    (void)restGrowth;
+#else
     EXPECT_LT(restGrowth, 4 * 1024) << "resident memory grew after warm-up, beyond the history grids";
+#endif
     qel::SetClock(nullptr);
 }
