@@ -4,6 +4,36 @@ namespace qel {
 
 namespace {
 const Control kDefault{};
+
+uint64_t NewGeneration() {
+    static uint64_t last = 0;
+    return ++last;
+}
+}  // namespace
+
+ControlSet::ControlSet() : generation_(NewGeneration()) {}
+
+ControlSet::ControlSet(const ControlSet& other)
+    : controls_(other.controls_), revision_(other.revision_), generation_(NewGeneration()) {}
+
+ControlSet::ControlSet(ControlSet&& other) noexcept
+    : controls_(std::move(other.controls_)), revision_(other.revision_), generation_(NewGeneration()) {
+    other.generation_ = NewGeneration();
+}
+
+ControlSet& ControlSet::operator=(const ControlSet& other) {
+    controls_ = other.controls_;
+    revision_ = other.revision_;
+    generation_ = NewGeneration();
+    return *this;
+}
+
+ControlSet& ControlSet::operator=(ControlSet&& other) noexcept {
+    controls_ = std::move(other.controls_);
+    revision_ = other.revision_;
+    generation_ = NewGeneration();
+    other.generation_ = NewGeneration();
+    return *this;
 }
 
 void AppendIndex(QString& out, int index) {
@@ -28,19 +58,19 @@ QString Indexed(const QString& name, int index) {
 }
 
 const Control& ControlSet::get(const QString& name) const {
-    const auto it = controls_.constFind(name);
-    return it == controls_.constEnd() ? kDefault : it->control;
+    const auto it = controls_.find(name);
+    return it == controls_.end() ? kDefault : it->second.control;
 }
 
 bool ControlSet::has(const QString& name) const {
-    const auto it = controls_.constFind(name);
-    return it != controls_.constEnd() && it->shown;
+    const auto it = controls_.find(name);
+    return it != controls_.end() && it->second.shown;
 }
 
 QStringList ControlSet::names() const {
     QStringList out;
-    for (auto it = controls_.cbegin(); it != controls_.cend(); ++it)
-        if (it->shown) out.append(it.key());
+    for (const auto& [name, e] : controls_)
+        if (e.shown) out.append(name);
     return out;
 }
 
@@ -53,7 +83,7 @@ ControlSet::Entry& ControlSet::slot(const QString& name) {
 void ControlSet::touched() { ++revision_; }
 
 // The mirrors are copied before following them: a mirror's target may be
-// new to the table, and adding it can move the entries.
+// new to the table, and setting it may add to the mirror lists.
 void ControlSet::setCaption(const QString& name, const QString& caption) {
     Entry& e = slot(name);
     if (e.control.caption != caption) {
@@ -77,14 +107,15 @@ void ControlSet::setFore(const QString& name, Color color) {
         if (m.fore) setFore(m.target, color);
 }
 
-void ControlSet::setBack(const QString& name, Color color) {
-    Entry& e = slot(name);
-    if (!(e.control.back == color)) {
-        e.control.back = color;
+void ControlSet::setBack(const QString& name, Color color) { setBack(&slot(name), color); }
+
+void ControlSet::setBack(Entry* e, Color color) {
+    if (!(e->control.back == color)) {
+        e->control.back = color;
         touched();
     }
-    if (e.mirrors.isEmpty()) return;
-    const QList<Mirror> mirrors = e.mirrors;
+    if (e->mirrors.isEmpty()) return;
+    const QList<Mirror> mirrors = e->mirrors;
     for (const Mirror& m : mirrors)
         if (m.back) setBack(m.target, color);
 }
@@ -109,6 +140,7 @@ void ControlSet::addMirror(const QString& source, const Mirror& mirror) { contro
 
 void ControlSet::clear() {
     controls_.clear();
+    generation_ = NewGeneration();
     touched();
 }
 

@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <cstdint>
 #include <functional>
+#include <unordered_map>
 
 namespace qel {
 
@@ -67,6 +68,13 @@ struct Mirror {
 
 class ControlSet {
 public:
+    ControlSet();
+    // A copy or a move is another set of entries: it gets a generation of its own.
+    ControlSet(const ControlSet& other);
+    ControlSet(ControlSet&& other) noexcept;
+    ControlSet& operator=(const ControlSet& other);
+    ControlSet& operator=(ControlSet&& other) noexcept;
+
     // The control; an unknown name is created with the defaults.
     const Control& get(const QString& name) const;
     bool has(const QString& name) const;
@@ -87,7 +95,6 @@ public:
     QStringList names() const;
     void clear();
 
-private:
     // A control and the controls its changes are copied to, under one name,
     // so that a setter finds both with one look-up.
     struct Entry {
@@ -95,11 +102,21 @@ private:
         QList<Mirror> mirrors;
         bool shown = false;  // known as a control, not only as a mirror's source
     };
+    // The entry of a control, made when new, for a caller that sets the same
+    // controls on every pass and keeps it: it stays where it is until
+    // clear(), which moves generation() on. No two sets, and no set before
+    // and after a clear, share a generation.
+    Entry* entry(const QString& name) { return &slot(name); }
+    void setBack(Entry* entry, Color color);
+    uint64_t generation() const { return generation_; }
+
+private:
     Entry& slot(const QString& name);
     void touched();
 
-    QHash<QString, Entry> controls_;
+    std::unordered_map<QString, Entry> controls_;  // node-based: an entry never moves
     uint64_t revision_ = 0;
+    uint64_t generation_;
 };
 
 // "PV2000" and 1 give "PV2000(1)".

@@ -2,6 +2,8 @@
 
 #include "controls.h"
 
+#include <QHash>
+
 namespace qel::page {
 
 namespace {
@@ -52,9 +54,28 @@ QString Named(Layout layout, const QString& base, int ch, bool indexed) {
 }
 }  // namespace
 
-QString Name(Layout layout, const QString& base, int ch) { return Named(layout, base, ch, layout == Layout::Family); }
+namespace {
+// The names a page asks for on every refresh, made once: a page's controls
+// are few and fixed, so the table stays small. Channels beyond 3 are made
+// each time.
+const QString& CachedName(Layout layout, const QString& base, int ch, bool indexed) {
+    static QHash<QString, QString> made[4][2][4];
+    const int l = static_cast<int>(layout);
+    if (l < 0 || l > 3 || ch < 0 || ch > 3) {
+        static QString one;
+        one = Named(layout, base, ch, indexed);
+        return one;
+    }
+    QHash<QString, QString>& names = made[l][indexed ? 1 : 0][ch];
+    auto it = names.constFind(base);
+    if (it == names.constEnd()) it = names.insert(base, Named(layout, base, ch, indexed));
+    return *it;
+}
+}  // namespace
 
-QString ValueName(Layout layout, const QString& base, int ch) { return Named(layout, base, ch, true); }
+QString Name(Layout layout, const QString& base, int ch) { return CachedName(layout, base, ch, layout == Layout::Family); }
+
+QString ValueName(Layout layout, const QString& base, int ch) { return CachedName(layout, base, ch, true); }
 
 QString LampSetName(Layout layout, int set) {
     if (layout == Layout::Family) {

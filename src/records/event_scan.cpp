@@ -91,6 +91,19 @@ std::vector<QString>& LampNames(const QString& lampSet) {
     return names[lampSet];
 }
 
+// A page's lamp entries by lamp number, found once per page load: the paint
+// pass sets each selected lamp on every poll.
+struct LampEntries {
+    uint64_t generation = UINT64_MAX;
+    std::vector<ControlSet::Entry*> at;
+};
+LampEntries& EntriesOf(int chamberIndex, const QString& lampSet, const ControlSet& lamps) {
+    static std::map<std::pair<int, QString>, LampEntries> entries;
+    LampEntries& e = entries[{chamberIndex, lampSet}];
+    if (e.generation != lamps.generation()) e = LampEntries{lamps.generation(), {}};
+    return e;
+}
+
 class Scan {
 public:
     Scan(int16_t chamber, int channel, Family family)
@@ -100,7 +113,8 @@ public:
                                               : page::Layout::L2300),
           lampSet_(page::LampSetName(layout_, channel)),
           lampNames_(LampNames(lampSet_)),
-          lamps_(PageControls(chamber)) {}
+          lamps_(PageControls(chamber)),
+          entries_(EntriesOf(c_, lampSet_, lamps_)) {}
 
     void run() {
         ChamberRec& r = Chamber[c_];
@@ -136,7 +150,12 @@ private:
             lampNames_.push_back(Indexed(lampSet_, static_cast<int>(lampNames_.size())));
         return lampNames_[static_cast<size_t>(lampIndex_)];
     }
-    void paint(bool on) { lamps_.setBack(lamp(), on ? colors::kRed : colors::kBlack); }
+    void paint(bool on) {
+        const auto i = static_cast<size_t>(lampIndex_);
+        if (entries_.at.size() <= i) entries_.at.resize(i + 1, nullptr);
+        if (!entries_.at[i]) entries_.at[i] = lamps_.entry(lamp());
+        lamps_.setBack(entries_.at[i], on ? colors::kRed : colors::kBlack);
+    }
 
     // The lamp whose colour the OFF branch reads. Two of the routines read
     // another lamp, and the scan has always behaved by it: channel 2's
@@ -207,6 +226,7 @@ private:
     QString lampSet_;
     std::vector<QString>& lampNames_;
     ControlSet& lamps_;
+    LampEntries& entries_;
     int lampIndex_ = 0;
 };
 
