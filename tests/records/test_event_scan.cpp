@@ -96,6 +96,9 @@ TEST_F(Events, OnlyAChangedWordLogsAndTheLampDecides) {
     EventScan(1, 1);
     EXPECT_EQ(lamp("Status_Lamp2000", 1), colors::kRed);
     EXPECT_EQ(rows().size(), 1);
+    PageControls(1).clear();  // the page laid out anew: the scan's kept lamps are gone with it
+    EventScan(1, 1);
+    EXPECT_EQ(lamp("Status_Lamp2000", 1), colors::kRed);
 }
 
 // Guards the one-scan models' texts: no channel labels, their own bit counts, table bases and lamps.
