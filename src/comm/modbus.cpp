@@ -20,31 +20,31 @@ int16_t CrcHi = 0;
 
 namespace {
 
-int HexDigit(char16_t c) {
-    return c >= u'0' && c <= u'9' ? c - u'0' : c >= u'A' && c <= u'F' ? c - u'A' + 10 : c >= u'a' && c <= u'f' ? c - u'a' + 10 : -1;
-}
-
 QByteArray HexPairs(const QString& text) {
     QByteArray out;
     out.reserve(text.size() / 2 + 2);
     for (int i = 1; i + 1 <= text.size(); i += 2) {
         // Two hex digits are read directly; anything else the way Val reads "&H" text.
-        const int hi = HexDigit(text[i - 1].unicode()), lo = HexDigit(text[i].unicode());
+        const int hi = HexDigitValue(text[i - 1].unicode()), lo = HexDigitValue(text[i].unicode());
         const int byte = hi >= 0 && lo >= 0 ? hi << 4 | lo : static_cast<int>(Val(QStringLiteral("&H") + Mid(text, i, 2)));
         out.append(static_cast<char>(byte & 0xFF));
     }
     return out;
 }
 
-QString Hex2(int v) { return QString::number(v & 0xFF, 16).toUpper().rightJustified(2, u'0'); }
+constexpr char16_t kHexDigits[] = u"0123456789ABCDEF";
+
+QString Hex2(int v) {
+    const QChar pair[2] = {QChar(kHexDigits[(v >> 4) & 0xF]), QChar(kHexDigits[v & 0xF])};
+    return QString(pair, 2);
+}
 
 QString ToHexText(const QByteArray& bytes) {
-    static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
     QString out(bytes.size() * 2, Qt::Uninitialized);
     QChar* d = out.data();
     for (const char b : bytes) {
-        *d++ = QChar(kDigits[static_cast<uint8_t>(b) >> 4]);
-        *d++ = QChar(kDigits[static_cast<uint8_t>(b) & 0xF]);
+        *d++ = QChar(kHexDigits[static_cast<uint8_t>(b) >> 4]);
+        *d++ = QChar(kHexDigits[static_cast<uint8_t>(b) & 0xF]);
     }
     return out;
 }
@@ -323,15 +323,11 @@ QString ModbusLRC(int address, const QString& body) {
 QString AddressDigits(int16_t chamber) {
     // A plain decimal address (the form the settings hold) is turned into its
     // two hex digits here; anything else goes the long way, with its error-log line.
-    const QString& text = ChamberAddress[std::clamp<int>(chamber, 1, kMaxChambers) - 1];
-    if (chamber >= 1 && chamber <= kMaxChambers && !text.isEmpty() && text.size() <= 3 &&
-        std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; })) {
-        const int v = text.toInt();
-        if (v <= 255) {
-            static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
-            const QChar pair[2] = {QChar(kDigits[v >> 4]), QChar(kDigits[v & 0xF])};
-            return QString(pair, 2);
-        }
+    if (chamber >= 1 && chamber <= kMaxChambers) {
+        const QString& text = ChamberAddress[chamber - 1];
+        bool digits = !text.isEmpty() && text.size() <= 3;
+        for (QChar c : text) digits = digits && c.isDigit() && c.unicode() < 128;
+        if (const int v = digits ? text.toInt() : 256; v <= 255) return Hex2(v);
     }
     return Dec2Hex(static_cast<float>(Val(ChamberAddress[ChamberIndex(chamber)])), 0, chamber).right(2);
 }

@@ -13,29 +13,6 @@ uint64_t NewGeneration() {
 
 ControlSet::ControlSet() : generation_(NewGeneration()) {}
 
-ControlSet::ControlSet(const ControlSet& other)
-    : controls_(other.controls_), revision_(other.revision_), generation_(NewGeneration()) {}
-
-ControlSet::ControlSet(ControlSet&& other) noexcept
-    : controls_(std::move(other.controls_)), revision_(other.revision_), generation_(NewGeneration()) {
-    other.generation_ = NewGeneration();
-}
-
-ControlSet& ControlSet::operator=(const ControlSet& other) {
-    controls_ = other.controls_;
-    revision_ = other.revision_;
-    generation_ = NewGeneration();
-    return *this;
-}
-
-ControlSet& ControlSet::operator=(ControlSet&& other) noexcept {
-    controls_ = std::move(other.controls_);
-    revision_ = other.revision_;
-    generation_ = NewGeneration();
-    other.generation_ = NewGeneration();
-    return *this;
-}
-
 void AppendIndex(QString& out, int index) {
     out.append(u'(');
     if (index >= 0 && index < 1000) {

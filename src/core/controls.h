@@ -69,11 +69,9 @@ struct Mirror {
 class ControlSet {
 public:
     ControlSet();
-    // A copy or a move is another set of entries: it gets a generation of its own.
-    ControlSet(const ControlSet& other);
-    ControlSet(ControlSet&& other) noexcept;
-    ControlSet& operator=(const ControlSet& other);
-    ControlSet& operator=(ControlSet&& other) noexcept;
+    // A set stays where it is made: callers keep its entries.
+    ControlSet(const ControlSet&) = delete;
+    ControlSet& operator=(const ControlSet&) = delete;
 
     // The control; an unknown name is created with the defaults.
     const Control& get(const QString& name) const;

@@ -52,20 +52,14 @@ QString Named(Layout layout, const QString& base, int ch, bool indexed) {
     if (indexed) AppendIndex(out, ch);
     return out;
 }
-}  // namespace
 
-namespace {
 // The names a page asks for on every refresh, made once: a page's controls
 // are few and fixed, so the table stays small. Channels beyond 3 are made
 // each time.
-const QString& CachedName(Layout layout, const QString& base, int ch, bool indexed) {
+QString CachedName(Layout layout, const QString& base, int ch, bool indexed) {
     static QHash<QString, QString> made[4][2][4];
     const int l = static_cast<int>(layout);
-    if (l < 0 || l > 3 || ch < 0 || ch > 3) {
-        static QString one;
-        one = Named(layout, base, ch, indexed);
-        return one;
-    }
+    if (l < 0 || l > 3 || ch < 0 || ch > 3) return Named(layout, base, ch, indexed);
     QHash<QString, QString>& names = made[l][indexed ? 1 : 0][ch];
     auto it = names.constFind(base);
     if (it == names.constEnd()) it = names.insert(base, Named(layout, base, ch, indexed));

@@ -225,6 +225,10 @@ QDateTime DateSerial(int year, int month, int day) {
     return QDateTime(first.addDays(day - 1), QTime(0, 0));
 }
 
+int HexDigitValue(char16_t c) {
+    return c >= u'0' && c <= u'9' ? c - u'0' : c >= u'A' && c <= u'F' ? c - u'A' + 10 : c >= u'a' && c <= u'f' ? c - u'a' + 10 : -1;
+}
+
 QString Mid(const QString& text, int start, int length) {
     if (start < 1 || start > text.size() || length <= 0) return QString();
     return text.mid(start - 1, length);

@@ -12,6 +12,8 @@ namespace qel {
 // hexadecimal: up to four digits are a 16-bit two's complement value, up to
 // eight a 32-bit one, so "&HFF38" is -200 and "&H3F0" is 1008.
 double Val(const QString& text);
+// The value of one hex digit (either case), or -1 for any other character.
+int HexDigitValue(char16_t c);
 
 // A number under a picture such as "###0.0", "##0.", "00", "000#": "0" is a
 // digit always printed, "#" one printed if needed, the places after "." are

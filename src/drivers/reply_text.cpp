@@ -17,11 +17,7 @@ int16_t RegisterAt(const QString& reply, int first, int reg) {
     const qsizetype at = Pos(first, reg) - 1;
     uint16_t value = 0;
     for (qsizetype i = at; i < at + 4 && i < reply.size(); ++i) {
-        const char16_t c = reply[i].unicode();
-        const int digit = c >= u'0' && c <= u'9' ? c - u'0'
-                          : c >= u'A' && c <= u'F' ? c - u'A' + 10
-                          : c >= u'a' && c <= u'f' ? c - u'a' + 10
-                                                   : -1;
+        const int digit = HexDigitValue(reply[i].unicode());
         if (digit < 0) return static_cast<int16_t>(Val(QStringLiteral("&H") + Mid(reply, Pos(first, reg), 4)));
         value = static_cast<uint16_t>(value << 4 | digit);
     }

@@ -5,6 +5,7 @@
 #include "app_dir.h"
 #include "clock.h"
 #include "data_log.h"
+#include "data_log_layout.h"
 #include "errorlog.h"
 #include "mode_checks.h"
 #include "settings_state.h"
@@ -30,15 +31,8 @@ using namespace qel;
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the expected rows are built in host order");
-
-// Data-log layout: 40-byte blank-padded texts, then int32 seconds and float64 fields.
-QByteArray Text40(const char* text) { return QByteArray(text).leftJustified(40, ' '); }
-QByteArray Row(int32_t seconds, const std::vector<double>& fields) {
-    QByteArray b(reinterpret_cast<const char*>(&seconds), 4);
-    for (double f : fields) b.append(reinterpret_cast<const char*>(&f), 8);
-    return b;
-}
+using qeltest::Row;
+using qeltest::Text40;
 // Log lines: "YYYYMMDD HH:MM:SS", two blanks, the text, CR LF. Trend lines: time, then PV, SP, MV per channel.
 QByteArray LogLine(const QString& text) { return (Now().toString("yyyyMMdd hh:mm:ss") + "  " + text + "\r\n").toLatin1(); }
 QByteArray TrendLine2100() { return Now().toString("yyyy-MM-dd hh:mm:ss").toLatin1() + ",23.5,30,100,-10,45.25,0.5\r\n"; }

@@ -4,6 +4,7 @@
 // tested in tests/faults.
 #include "data_log.h"
 #include "data_log_file.h"
+#include "data_log_layout.h"
 #include "records_fixture.h"
 #include "vbtext.h"
 
@@ -16,16 +17,8 @@ using qeltest::RecordsTest;
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the expected rows are built in host order");
-
-QByteArray Text40(const char* text) { return QByteArray(text).leftJustified(40, ' '); }
-
-// int32 seconds, then the float64 fields, little-endian, no padding.
-QByteArray Row(int32_t seconds, const std::vector<double>& fields) {
-    QByteArray b(reinterpret_cast<const char*>(&seconds), 4);
-    for (double f : fields) b.append(reinterpret_cast<const char*>(&f), 8);
-    return b;
-}
+using qeltest::Row;
+using qeltest::Text40;
 
 // Channel k runs with PV 10+k, SP 20+k, target SP 30+k, MV 40+k.
 void Running(int c, const char* model, int channels) {
